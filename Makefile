@@ -1,0 +1,62 @@
+# lldpv2mib: `make run` starts the SNMP agent on the default scenario,
+# `make test` installs what is missing, builds, and runs every test.
+
+SHELL := /bin/bash
+JOBS ?= $(shell nproc)
+BUILD ?= build
+SAN_BUILD ?= build-san
+MIBS ?= $(abspath ../shared/mibs)
+PORT ?= 1161
+
+DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev tshark valgrind
+
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+
+.PHONY: all deps build build-san test unit-test san-test run clean regen-mibtrees bench
+
+all: build
+
+deps:
+	@missing=$$(for p in $(DEB_PACKAGES); do dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q 'install ok installed' || echo $$p; done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing: $$missing"; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing; \
+	fi
+
+$(BUILD)/CMakeCache.txt:
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLLDPV2_MIBS_DIR=$(MIBS)
+
+build: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) -j $(JOBS)
+
+$(SAN_BUILD)/CMakeCache.txt:
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DLLDPV2_SANITIZE=ON -DLLDPV2_BUILD_AGENT=OFF \
+	  -DLLDPV2_BUILD_BENCH=OFF -DLLDPV2_MIBS_DIR=$(MIBS)
+
+build-san: deps $(SAN_BUILD)/CMakeCache.txt
+	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host
+
+# Every test of the normal build, then the unit tests again under
+# AddressSanitizer and UndefinedBehaviorSanitizer.
+test: build
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+	$(MAKE) --no-print-directory san-test
+
+san-test: build-san
+	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+	  ctest --output-on-failure -j $(JOBS) -L unit
+
+run: build
+	@$(BUILD)/agent/lldpv2-agent --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
+
+bench: build
+	$(BUILD)/bench/module_bench
+
+# Rewrites module/mibtrees from the MIB modules.
+regen-mibtrees: deps $(BUILD)/CMakeCache.txt
+	cmake --build $(BUILD) --target regen-mibtrees
+
+clean:
+	rm -rf $(BUILD) $(SAN_BUILD)

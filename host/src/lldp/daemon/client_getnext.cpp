@@ -1,0 +1,523 @@
+// LLDP_mor_MibGetNext: the get-next queries that each node's daemon answers
+// for its own ports (see lldpv2host/lldp.h for items, selectors and results).
+#include <algorithm>
+#include <cstring>
+#include <tuple>
+
+#include "lldp/daemon/buffers.h"
+#include "lldp/daemon/wire.h"
+
+using namespace lldpv2host;
+using namespace lldpv2host::daemon;
+
+namespace {
+
+// One row under a port or a neighbour: its sub-index and its result.
+struct Row {
+    uint32_t k2 = 0;
+    uint32_t k3 = 0;
+    std::vector<uint8_t> result;
+};
+
+std::vector<uint8_t> U32(uint32_t v) {
+    std::vector<uint8_t> out;
+    Append32(out, v);
+    return out;
+}
+
+std::vector<uint8_t> U32s(std::initializer_list<uint32_t> values) {
+    std::vector<uint8_t> out;
+    for (uint32_t v : values) Append32(out, v);
+    return out;
+}
+
+// A 16-bit value at byte 0 of a 4-byte result.
+std::vector<uint8_t> Vid16(uint16_t v) {
+    std::vector<uint8_t> out;
+    Append16(out, v);
+    out.push_back(0);
+    out.push_back(0);
+    return out;
+}
+
+std::vector<uint8_t> VlanNameResult(const lldp::VlanName &v) {
+    std::vector<uint8_t> out(40, 0);
+    const size_t n = std::min<size_t>(v.name.size(), 32);
+    std::memcpy(out.data(), v.name.data(), n);
+    PutU32(out.data() + 36, static_cast<uint32_t>(n));
+    return out;
+}
+
+std::vector<uint8_t> ProtoVlanResult(const lldp::ProtoVlan &pv) {
+    return U32s({(pv.flags & lldp::kPpvidSupported) ? 1u : 0u, (pv.flags & lldp::kPpvidEnabled) ? 1u : 0u});
+}
+
+void SortUnique(std::vector<Row> &rows) {
+    std::stable_sort(rows.begin(), rows.end(),
+                     [](const Row &a, const Row &b) { return std::tie(a.k2, a.k3) < std::tie(b.k2, b.k3); });
+    rows.erase(std::unique(rows.begin(), rows.end(),
+                           [](const Row &a, const Row &b) { return a.k2 == b.k2 && a.k3 == b.k3; }),
+               rows.end());
+}
+
+std::vector<Row> ByIndex8(const std::array<uint8_t, 8> &values) {
+    std::vector<Row> rows;
+    for (uint32_t i = 0; i < 8; ++i) rows.push_back(Row{i, 0, U32(values[i])});
+    return rows;
+}
+
+std::vector<Row> PfcEnableRows(uint8_t enable) {
+    std::vector<Row> rows;
+    for (uint32_t p = 0; p < 8; ++p) rows.push_back(Row{p, 0, U32((enable >> p) & 1u)});
+    return rows;
+}
+
+std::vector<Row> AppRows(const std::vector<lldp::AppPriority> &apps) {
+    std::vector<Row> rows;
+    for (const lldp::AppPriority &a : apps) rows.push_back(Row{a.selector, a.protocol, U32(a.priority)});
+    SortUnique(rows);
+    return rows;
+}
+
+// 802.1 local rows (item 19) of a port, by kind.
+std::vector<Row> Dot1LocalRows(uint32_t kind, const lldp::Lldpdu &pdu) {
+    std::vector<Row> rows;
+    switch (kind) {
+        case 1:
+            if (pdu.portVlanId) rows.push_back(Row{0, 0, Vid16(*pdu.portVlanId)});
+            break;
+        case 2:
+            for (const lldp::ProtoVlan &pv : pdu.protoVlans) rows.push_back(Row{pv.ppvid, 0, ProtoVlanResult(pv)});
+            break;
+        case 3:
+            for (const lldp::VlanName &v : pdu.vlanNames) rows.push_back(Row{v.vid, 0, VlanNameResult(v)});
+            break;
+        case 4:
+            if (pdu.managementVid) rows.push_back(Row{0, 0, Vid16(*pdu.managementVid)});
+            break;
+        case 5:
+            if (pdu.linkAgg) {
+                std::vector<uint8_t> r{pdu.linkAgg->status};
+                Append32(r, pdu.linkAgg->portId);
+                rows.push_back(Row{0, 0, r});
+            }
+            break;
+        default:
+            break;
+    }
+    SortUnique(rows);
+    return rows;
+}
+
+// Local DCBX rows (item 24) of a port, by selector.
+std::vector<Row> DcbxLocalRows(uint32_t selector, const lldp::Lldpdu &pdu) {
+    const auto &ets = pdu.etsConfig;
+    const auto &reco = pdu.etsRecommendation;
+    const auto &pfc = pdu.pfc;
+    switch (selector) {
+        case 0: return ets ? std::vector<Row>{Row{0, 0, U32(ets->cbs ? 1 : 0)}} : std::vector<Row>{};
+        case 1: return ets ? std::vector<Row>{Row{0, 0, U32(ets->maxTcs)}} : std::vector<Row>{};
+        case 2: return ets ? std::vector<Row>{Row{0, 0, U32(ets->willing ? 1 : 0)}} : std::vector<Row>{};
+        case 3: return ets ? ByIndex8(ets->priorityTc) : std::vector<Row>{};
+        case 4: return ets ? ByIndex8(ets->bandwidth) : std::vector<Row>{};
+        case 5: return ets ? ByIndex8(ets->tsa) : std::vector<Row>{};
+        case 6: return reco ? ByIndex8(reco->bandwidth) : std::vector<Row>{};
+        case 7: return reco ? ByIndex8(reco->tsa) : std::vector<Row>{};
+        case 8: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->willing ? 1 : 0)}} : std::vector<Row>{};
+        case 9: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->mbc ? 1 : 0)}} : std::vector<Row>{};
+        case 10: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->cap)}} : std::vector<Row>{};
+        case 11: return pfc ? PfcEnableRows(pfc->enable) : std::vector<Row>{};
+        case 12: return pdu.appPriority ? AppRows(*pdu.appPriority) : std::vector<Row>{};
+        default: return {};
+    }
+}
+
+// DCBX admin rows (item 23) of a port, by selector.
+std::vector<Row> DcbxAdminRows(uint32_t selector, const DcbxAdmin &a) {
+    switch (selector) {
+        case 0:
+            if (!a.etsValid) return {};
+            return {Row{0, 0, U32s({a.ets.cbs ? 1u : 0u, uint32_t{a.ets.maxTcs}, a.ets.willing ? 1u : 0u})}};
+        case 1: return a.etsValid ? ByIndex8(a.ets.priorityTc) : std::vector<Row>{};
+        case 2: return a.etsValid ? ByIndex8(a.ets.bandwidth) : std::vector<Row>{};
+        case 3: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
+        case 4: return a.etsValid ? ByIndex8(a.reco.bandwidth) : std::vector<Row>{};
+        case 5: return a.etsValid ? ByIndex8(a.reco.tsa) : std::vector<Row>{};
+        case 6:
+            if (!a.pfcValid) return {};
+            return {Row{0, 0, U32s({a.pfc.willing ? 1u : 0u, a.pfc.mbc ? 1u : 0u, uint32_t{a.pfc.cap}})}};
+        case 7: return a.pfcValid ? PfcEnableRows(a.pfc.enable) : std::vector<Row>{};
+        case 8: return a.appValid ? AppRows(a.apps) : std::vector<Row>{};
+        default: return {};
+    }
+}
+
+bool SingleKey(uint32_t item, uint32_t selector) {
+    switch (item) {
+        case LLDP_ITEM_DOT1_LOC: return selector == 1 || selector == 4 || selector == 5;
+        case LLDP_ITEM_DCBX_ADMIN: return selector == 0 || selector == 6;
+        case LLDP_ITEM_DCBX_LOC: return selector <= 2 || (selector >= 8 && selector <= 10);
+        default: return false;
+    }
+}
+
+bool KnownSelector(uint32_t item, uint32_t selector) {
+    switch (item) {
+        case LLDP_ITEM_DOT1_LOC: return selector >= 1 && selector <= 5;
+        case LLDP_ITEM_DCBX_ADMIN: return selector <= 8;
+        case LLDP_ITEM_DCBX_LOC: return selector <= 12;
+        default: return false;
+    }
+}
+
+uint32_t Found(const std::vector<uint8_t> &result, uint16_t capacity, uint16_t *len, void *out) {
+    if (result.size() > capacity || out == nullptr) return LLDP_ERR_GENERAL;
+    std::memcpy(out, result.data(), result.size());
+    *len = static_cast<uint16_t>(result.size());
+    return 0;
+}
+
+// Items 19, 23 and 24: rows keyed by (ifIndex, index2, index3) over the
+// node's ports.
+uint32_t PortRowsNext(uint32_t item, Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
+    const uint32_t selector = para->selector;
+    if (!KnownSelector(item, selector)) return LLDP_ERR_BAD_VALUE;
+    const bool single = SingleKey(item, selector);
+    const uint32_t start = Host32(para->ifIndex);
+    const uint32_t s2 = single ? 0 : Host32(para->index2);
+    const uint32_t s3 = single ? 0 : Host32(para->index3);
+    const uint16_t capacity = *len;
+    *len = 0;
+    for (const Interface &intf : InterfacesOfNode(d.node)) {
+        if (intf.ifIndex < start || !IsLldpPort(intf)) continue;
+        if (item != LLDP_ITEM_DCBX_ADMIN && intf.lldpData == 0) continue;
+        PortState *port = PortOf(intf.ifIndex);
+        if (port == nullptr) continue;
+        std::vector<Row> rows;
+        if (item == LLDP_ITEM_DCBX_ADMIN) {
+            rows = DcbxAdminRows(selector, port->dcbx);
+        } else {
+            const lldp::Lldpdu pdu = LocalPdu(d, *port, EffectiveAgent(*port, 1));
+            rows = item == LLDP_ITEM_DOT1_LOC ? Dot1LocalRows(selector, pdu) : DcbxLocalRows(selector, pdu);
+        }
+        for (const Row &row : rows) {
+            if (std::make_tuple(intf.ifIndex, row.k2, row.k3) <= std::make_tuple(start, s2, s3)) continue;
+            if (uint32_t rc = Found(row.result, capacity, len, out); rc != 0) return rc;
+            para->ifIndex = Net32(intf.ifIndex);
+            para->index2 = Net32(row.k2);
+            para->index3 = Net32(row.k3);
+            return 0;
+        }
+    }
+    return 0;
+}
+
+ManKey ManKeyOfPara(const LLDP_MANADDR_KEY_S &k) {
+    const uint32_t n = std::min<uint32_t>(Host32(k.len), LLDP_MANADDR_CAPACITY);
+    return ManKey{Host32(k.subtype), std::vector<uint8_t>(k.addr, k.addr + n)};
+}
+
+void PutManKey(LLDP_MANADDR_KEY_S &k, const ManKey &key) {
+    std::memset(&k, 0, sizeof k);
+    k.subtype = Net32(key.subtype);
+    const size_t n = std::min<size_t>(key.addr.size(), LLDP_MANADDR_CAPACITY);
+    std::memcpy(k.addr, key.addr.data(), n);
+    k.len = Net32(static_cast<uint32_t>(n));
+}
+
+// Item 13: the node's local management addresses.
+uint32_t LocalManAddrNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
+    const uint16_t capacity = *len;
+    *len = 0;
+    auto it = d.localManAddrs.upper_bound(ManKeyOfPara(para->manAddr));
+    if (it == d.localManAddrs.end()) return 0;
+    const LLDP_LOC_MANADDR_S rec = LocalManAddrRecord(it->second);
+    const auto *p = reinterpret_cast<const uint8_t *>(&rec);
+    if (uint32_t rc = Found(std::vector<uint8_t>(p, p + sizeof rec), capacity, len, out); rc != 0) return rc;
+    PutManKey(para->manAddr, it->first);
+    return 0;
+}
+
+// Item 25: management-address transmit entries of the node's ports.
+uint32_t ManAddrTxNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
+    const uint16_t capacity = *len;
+    *len = 0;
+    const uint32_t start = Host32(para->ifIndex);
+    const uint32_t startAgent = Host32(para->index2);
+    const ManKey startKey = ManKeyOfPara(para->manAddr);
+    for (const Interface &intf : InterfacesOfNode(d.node)) {
+        if (intf.ifIndex < start || !IsLldpPort(intf)) continue;
+        PortState *port = PortOf(intf.ifIndex);
+        if (port == nullptr) continue;
+        for (uint32_t agent = 1; agent <= 3; ++agent) {
+            const AgentState &a = port->Agent(agent);
+            if (!AgentAllowed(port->type, agent) || !a.manAddrTx) continue;
+            const ManKey &key = a.manAddrTx->key;
+            if (intf.ifIndex == start) {
+                if (agent < startAgent) continue;
+                if (agent == startAgent && !(startKey < key)) continue;
+            }
+            if (uint32_t rc = Found(U32s({a.manAddrTx->txEnable ? 1u : 0u, a.manAddrTx->rowStatus}), capacity, len,
+                                    out);
+                rc != 0) {
+                return rc;
+            }
+            para->ifIndex = Net32(intf.ifIndex);
+            para->index2 = Net32(agent);
+            PutManKey(para->manAddr, key);
+            return 0;
+        }
+    }
+    return 0;
+}
+
+// ---------------------------------------------------------------------------
+// Item 21: remote sub-tables.
+
+struct SubRow {
+    std::vector<uint8_t> order;  // sorts like the sub-index
+    ManKey man;
+    uint32_t tlvType = 0;
+    lldp::Oui oui{};
+    uint32_t subtype = 0;
+    uint32_t orgIndex = 0;
+    uint32_t k2 = 0;
+    uint32_t k3 = 0;
+    std::vector<uint8_t> result;
+};
+
+std::vector<uint8_t> ManOrder(const ManKey &k) {
+    std::vector<uint8_t> o;
+    Append32(o, k.subtype);
+    Append32(o, static_cast<uint32_t>(k.addr.size()));
+    o.insert(o.end(), k.addr.begin(), k.addr.end());
+    return o;
+}
+
+std::vector<uint8_t> OrgOrder(const lldp::Oui &oui, uint32_t subtype, uint32_t index) {
+    std::vector<uint8_t> o(oui.begin(), oui.end());
+    Append32(o, 3);
+    Append32(o, subtype);
+    Append32(o, index);
+    return o;
+}
+
+std::vector<uint8_t> IndexOrder(uint32_t k2, uint32_t k3) { return U32s({k2, k3}); }
+
+Feature FeatureOfSelector(uint32_t selector) {
+    switch (selector) {
+        case LLDP_REMSUB_MANADDR: return kFeatManAddr;
+        case LLDP_REMSUB_UNKNOWN: return kFeatUnknown;
+        case LLDP_REMSUB_ORGDEF: return kFeatOrgDef;
+        case 16: case 17: case 21: return kFeatEtsConf;
+        case 18: case 19: return kFeatEtsReco;
+        case 20: return kFeatPfc;
+        case 22: return kFeatApp;
+        case 24: return kFeatProtoVlan;
+        case 25: return kFeatVlanName;
+        case 26: return kFeatProtocol;
+        case 27: return kFeatVidDigest;
+        case 28: return kFeatManVid;
+        default: return kFeatureCount;
+    }
+}
+
+std::vector<SubRow> IndexRows(const std::vector<Row> &rows) {
+    std::vector<SubRow> out;
+    for (const Row &r : rows) {
+        SubRow s;
+        s.k2 = r.k2;
+        s.k3 = r.k3;
+        s.order = IndexOrder(r.k2, r.k3);
+        s.result = r.result;
+        out.push_back(std::move(s));
+    }
+    return out;
+}
+
+std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
+    std::vector<SubRow> rows;
+    switch (selector) {
+        case LLDP_REMSUB_MANADDR:
+            for (const lldp::ManagementAddress &m : pdu.manAddrs) {
+                SubRow s;
+                s.man = ManKey{m.subtype, m.address};
+                s.order = ManOrder(s.man);
+                LLDP_REM_MANADDR_REC_S rec;
+                std::memset(&rec, 0, sizeof rec);
+                rec.ifSubtype = Net32(m.ifSubtype);
+                rec.ifId = Net32(m.ifId);
+                const size_t n = std::min<size_t>(m.oid.size(), sizeof rec.reserved);
+                if (n > 0) std::memcpy(rec.reserved, m.oid.data(), n);
+                rec.tail = Net32(static_cast<uint32_t>(n));
+                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
+                s.result.assign(p, p + sizeof rec);
+                rows.push_back(std::move(s));
+            }
+            break;
+        case LLDP_REMSUB_UNKNOWN:
+            for (const lldp::UnknownTlv &u : pdu.unknownTlvs) {
+                SubRow s;
+                s.tlvType = u.type;
+                s.order = U32(u.type);
+                LLDP_REM_UNKNOWN_REC_S rec;
+                std::memset(&rec, 0, sizeof rec);
+                const size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
+                if (n > 0) std::memcpy(rec.info, u.info.data(), n);
+                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
+                s.result.assign(p, p + sizeof rec);
+                rows.push_back(std::move(s));
+            }
+            break;
+        case LLDP_REMSUB_ORGDEF: {
+            std::map<std::pair<lldp::Oui, uint8_t>, uint32_t> seen;
+            for (const lldp::OrgTlv &o : pdu.orgTlvs) {
+                SubRow s;
+                s.oui = o.oui;
+                s.subtype = o.subtype;
+                s.orgIndex = ++seen[{o.oui, o.subtype}];
+                s.order = OrgOrder(s.oui, s.subtype, s.orgIndex);
+                LLDP_REM_ORGDEF_REC_S rec;
+                std::memset(&rec, 0, sizeof rec);
+                const size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
+                if (n > 0) std::memcpy(rec.info, o.info.data(), n);
+                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
+                s.result.assign(p, p + sizeof rec);
+                rows.push_back(std::move(s));
+            }
+            break;
+        }
+        case 16: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->bandwidth)); break;
+        case 17: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->tsa)); break;
+        case 18: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->bandwidth)); break;
+        case 19: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->tsa)); break;
+        case 20: if (pdu.pfc) rows = IndexRows(PfcEnableRows(pdu.pfc->enable)); break;
+        case 21: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->priorityTc)); break;
+        case 22: if (pdu.appPriority) rows = IndexRows(AppRows(*pdu.appPriority)); break;
+        case 24: rows = IndexRows(Dot1LocalRows(2, pdu)); break;
+        case 25: rows = IndexRows(Dot1LocalRows(3, pdu)); break;
+        case 26: {
+            std::vector<Row> r;
+            uint32_t i = 0;
+            for (const std::vector<uint8_t> &id : pdu.protocolIds) {
+                std::vector<uint8_t> res(260, 0);
+                const size_t n = std::min<size_t>(id.size(), 256);
+                PutU32(res.data(), static_cast<uint32_t>(n));
+                if (n > 0) std::memcpy(res.data() + 4, id.data(), n);
+                r.push_back(Row{++i, 0, res});
+            }
+            rows = IndexRows(r);
+            break;
+        }
+        case 27:
+            if (pdu.vidUsageDigest) {
+                rows = IndexRows({Row{0, 0, std::vector<uint8_t>(pdu.vidUsageDigest->begin(),
+                                                                  pdu.vidUsageDigest->end())}});
+            }
+            break;
+        case 28: if (pdu.managementVid) rows = IndexRows({Row{0, 0, Vid16(*pdu.managementVid)}}); break;
+        default: break;
+    }
+    // Sub-index order; of equal sub-indexes the first TLV stands.
+    std::stable_sort(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return a.order < b.order; });
+    rows.erase(std::unique(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return a.order == b.order; }),
+               rows.end());
+    return rows;
+}
+
+std::vector<uint8_t> RequestOrder(uint32_t selector, const LLDP_INDEX_PARA_S &para) {
+    switch (selector) {
+        case LLDP_REMSUB_MANADDR: return ManOrder(ManKeyOfPara(para.manAddr));
+        case LLDP_REMSUB_UNKNOWN: return U32(Host32(para.tlvType));
+        case LLDP_REMSUB_ORGDEF: {
+            std::vector<uint8_t> o(para.orgDef.oui, para.orgDef.oui + 3);
+            Append32(o, Host32(para.orgDef.ouiLen));
+            Append32(o, Host32(para.orgDef.subtype));
+            Append32(o, Host32(para.orgDef.index));
+            return o;
+        }
+        case 27:
+        case 28:
+            return IndexOrder(0, 0);
+        default:
+            return IndexOrder(Host32(para.index2), Host32(para.index3));
+    }
+}
+
+void WriteSubIndex(uint32_t selector, const SubRow &row, LLDP_INDEX_PARA_S &para) {
+    switch (selector) {
+        case LLDP_REMSUB_MANADDR: PutManKey(para.manAddr, row.man); break;
+        case LLDP_REMSUB_UNKNOWN: para.tlvType = Net32(row.tlvType); break;
+        case LLDP_REMSUB_ORGDEF:
+            std::memset(&para.orgDef, 0, sizeof para.orgDef);
+            std::memcpy(para.orgDef.oui, row.oui.data(), 3);
+            para.orgDef.ouiLen = Net32(3);
+            para.orgDef.subtype = Net32(row.subtype);
+            para.orgDef.index = Net32(row.orgIndex);
+            break;
+        default:
+            para.index2 = Net32(row.k2);
+            para.index3 = Net32(row.k3);
+            break;
+    }
+}
+
+uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
+    const uint32_t selector = para->selector;
+    const Feature feature = FeatureOfSelector(selector);
+    if (feature == kFeatureCount) return LLDP_ERR_BAD_VALUE;
+    const uint16_t capacity = *len;
+    *len = 0;
+    const uint32_t timeMark = para->tfai.timeMark;
+    const RemKey start{para->tfai.ifIndex, para->tfai.agent, para->tfai.remIndex};
+    const std::vector<uint8_t> after = RequestOrder(selector, *para);
+
+    auto answer = [&](const Neighbour &n, const SubRow &row) -> uint32_t {
+        if (uint32_t rc = Found(row.result, capacity, len, out); rc != 0) return rc;
+        para->tfai.ifIndex = n.key.ifIndex;
+        para->tfai.agent = n.key.agent;
+        para->tfai.remIndex = n.key.remIndex;
+        WriteSubIndex(selector, row, *para);
+        return 0;
+    };
+
+    // The rest of the neighbour the key names, then the following neighbours.
+    if (const Neighbour *n = d.index.Next(start, true, feature, timeMark); n != nullptr && n->key == start) {
+        for (const SubRow &row : SubRows(selector, n->Decode())) {
+            if (after < row.order) return answer(*n, row);
+        }
+    }
+    for (const Neighbour *n = d.index.Next(start, false, feature, timeMark); n != nullptr;
+         n = d.index.Next(n->key, false, feature, timeMark)) {
+        const std::vector<SubRow> rows = SubRows(selector, n->Decode());
+        if (!rows.empty()) return answer(*n, rows.front());
+    }
+    return 0;
+}
+
+}  // namespace
+
+extern "C" uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para,
+                                        uint16_t *len, void *result) {
+    (void)reserved;
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    if (para == nullptr || len == nullptr) return LLDP_ERR_BAD_VALUE;
+    Daemon *d = UpDaemonOf(node);
+    if (d == nullptr) {
+        *len = 0;
+        return LLDP_ERR_GENERAL;
+    }
+    switch (item) {
+        case LLDP_ITEM_LOC_MANADDR: return LocalManAddrNext(*d, para, len, result);
+        case LLDP_ITEM_DOT1_LOC:
+        case LLDP_ITEM_DCBX_ADMIN:
+        case LLDP_ITEM_DCBX_LOC: return PortRowsNext(item, *d, para, len, result);
+        case LLDP_ITEM_REM_SUBTABLE: return RemoteSubNext(*d, para, len, result);
+        case LLDP_ITEM_MANADDR_TX: return ManAddrTxNext(*d, para, len, result);
+        default:
+            *len = 0;
+            return LLDP_ERR_BAD_VALUE;
+    }
+}

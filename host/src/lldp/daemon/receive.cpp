@@ -1,0 +1,396 @@
+// The receive side of the daemons (IEEE 802.1AB receive rules, MSAP
+// identity, too many neighbours), the clock with ageing and transmission
+// counting, and the per-agent control calls of lldpv2host/lldp.h.
+#include <algorithm>
+#include <tuple>
+
+#include "lldp/daemon/daemon.h"
+#include "lldpv2/lldp_client.h"
+
+namespace lldpv2host::daemon {
+
+uint32_t FeaturesOf(const lldp::Lldpdu &pdu) {
+    uint32_t f = 1u << kFeatAll;
+    auto set = [&f](Feature feature, bool on) {
+        if (on) f |= 1u << feature;
+    };
+    set(kFeatPortVlan, pdu.portVlanId.has_value());
+    set(kFeatLinkAgg, pdu.linkAgg.has_value());
+    set(kFeatMacPhy, pdu.macPhy.has_value());
+    set(kFeatPower, pdu.powerMdi.has_value());
+    set(kFeatMaxFrame, pdu.maxFrameSize.has_value());
+    set(kFeatEtsConf, pdu.etsConfig.has_value());
+    set(kFeatEtsReco, pdu.etsRecommendation.has_value());
+    set(kFeatPfc, pdu.pfc.has_value());
+    set(kFeatApp, pdu.appPriority.has_value() && !pdu.appPriority->empty());
+    set(kFeatManAddr, !pdu.manAddrs.empty());
+    set(kFeatUnknown, !pdu.unknownTlvs.empty());
+    set(kFeatOrgDef, !pdu.orgTlvs.empty());
+    set(kFeatProtoVlan, !pdu.protoVlans.empty());
+    set(kFeatVlanName, !pdu.vlanNames.empty());
+    set(kFeatProtocol, !pdu.protocolIds.empty());
+    set(kFeatVidDigest, pdu.vidUsageDigest.has_value());
+    set(kFeatManVid, pdu.managementVid.has_value());
+    return f;
+}
+
+namespace {
+
+std::vector<uint8_t> MsapOf(const lldp::Lldpdu &pdu) {
+    std::vector<uint8_t> id;
+    id.push_back(pdu.chassisIdSubtype);
+    id.push_back(static_cast<uint8_t>(pdu.chassisId.size()));
+    id.insert(id.end(), pdu.chassisId.begin(), pdu.chassisId.end());
+    id.push_back(pdu.portIdSubtype);
+    id.insert(id.end(), pdu.portId.begin(), pdu.portId.end());
+    return id;
+}
+
+void Store(Neighbour &n, const lldp::Lldpdu &pdu) {
+    n.tlvs = lldp::EncodeLldpdu(pdu);
+    n.ttl = pdu.ttl;
+    n.features = FeaturesOf(pdu);
+    n.manAddrCount = static_cast<uint8_t>(std::min<size_t>(pdu.manAddrs.size(), 255));
+}
+
+uint32_t ExpiryOf(uint16_t ttl) { return Clock() + uint32_t{ttl} * 100u; }
+
+void Reindex(Daemon &d, Neighbour &n, uint32_t newExpiry) {
+    d.ageing.erase({n.expiry, n.key});
+    n.expiry = newExpiry;
+    d.ageing.insert({n.expiry, n.key});
+}
+
+// A free remote index of the agent: the next in sequence, skipping 0 and the
+// indexes still in use after a wrap.
+uint32_t AllocRemIndex(const Daemon &d, uint32_t ifIndex, uint32_t agentNo, AgentState &agent) {
+    for (;;) {
+        uint32_t idx = agent.nextRemIndex++;
+        if (agent.nextRemIndex == 0 || agent.nextRemIndex > 0x7FFFFFFFu) agent.nextRemIndex = 1;
+        if (idx == 0 || idx > 0x7FFFFFFFu) continue;
+        if (d.neighbours.count(RemKey{ifIndex, agentNo, idx}) == 0) return idx;
+    }
+}
+
+// Ages out every neighbour whose information expired at or before now.
+void AgeOut(Daemon &d, uint32_t now) {
+    while (!d.ageing.empty() && d.ageing.begin()->first <= now) {
+        const auto [expiry, key] = *d.ageing.begin();
+        auto port = d.ports.find(key.ifIndex);
+        if (port != d.ports.end()) port->second.Agent(key.agent).counters.ageouts++;
+        d.stats.ageouts++;
+        d.stats.lastChangeTime = expiry;
+        EraseNeighbour(d, key);
+    }
+}
+
+bool Transmits(const AgentState &a) { return a.adminStatus == kAdminTxOnly || a.adminStatus == kAdminTxRx; }
+
+// Counts the regular transmissions of every transmitting agent of d between
+// the old clock and now, with length errors for LLDPDUs beyond the largest
+// LLDPDU a frame carries.
+void Transmit(Daemon &d, uint32_t now) {
+    const uint32_t period = std::max<uint32_t>(1, d.config.txInterval) * 100u;
+    for (auto &[ifIndex, port] : d.ports) {
+        for (uint32_t agentNo = 1; agentNo <= 3; ++agentNo) {
+            if (!AgentAllowed(port.type, agentNo)) continue;
+            AgentState &a = port.Agent(agentNo);
+            if (!Transmits(a)) continue;
+            if (a.nextTx > now) continue;
+            const uint32_t frames = (now - a.nextTx) / period + 1;
+            a.nextTx += frames * period;
+            const size_t size = lldp::EncodeLldpdu(LocalPdu(d, port, agentNo)).size();
+            a.counters.framesOut += frames;
+            if (size > 1500) a.counters.lengthErrors += frames;
+        }
+    }
+}
+
+}  // namespace
+
+ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *data, size_t len) {
+    ReceiveResult result;
+    PortState *port = nullptr;
+    Daemon *d = nullptr;
+    AgentState *agent = AgentOf(ifIndex, agentNo, &port, &d);
+    if (agent == nullptr) return result;
+    result.outcome = ReceiveOutcome::Ignored;
+    if (!NodeUp(d->node)) return result;
+    if (agent->adminStatus != kAdminRxOnly && agent->adminStatus != kAdminTxRx) return result;
+
+    lldp::DecodeResult decoded = lldp::DecodeLldpdu(data, len);
+    if (!decoded.accepted) {
+        agent->counters.framesDiscarded++;
+        agent->counters.framesInError++;
+        result.outcome = ReceiveOutcome::Discarded;
+        return result;
+    }
+    agent->counters.framesIn++;
+    agent->counters.tlvsDiscarded += decoded.tlvsDiscarded;
+    agent->counters.tlvsUnrecognized += decoded.tlvsUnrecognized;
+
+    lldp::Lldpdu &pdu = decoded.pdu;
+    const std::vector<uint8_t> msap = MsapOf(pdu);
+    auto known = agent->msap.find(msap);
+    const uint32_t now = Clock();
+
+    if (pdu.ttl == 0) {
+        if (known == agent->msap.end()) {
+            result.outcome = ReceiveOutcome::ShutdownUnknown;
+            return result;
+        }
+        result.remIndex = known->second;
+        EraseNeighbour(*d, RemKey{ifIndex, agentNo, known->second});
+        d->stats.deletes++;
+        d->stats.lastChangeTime = now;
+        result.outcome = ReceiveOutcome::Deleted;
+        return result;
+    }
+
+    if (known != agent->msap.end()) {
+        const RemKey key{ifIndex, agentNo, known->second};
+        Neighbour &n = d->neighbours.at(key);
+        result.remIndex = key.remIndex;
+        Reindex(*d, n, ExpiryOf(pdu.ttl));
+        // Two LLDPDUs carry the same information when they differ at most in TTL.
+        const uint16_t ttl = pdu.ttl;
+        pdu.ttl = n.ttl;
+        std::vector<uint8_t> tlvs = lldp::EncodeLldpdu(pdu);
+        const bool same = tlvs == n.tlvs;
+        pdu.ttl = ttl;
+        if (same) {
+            if (n.ttl != ttl) {
+                n.ttl = ttl;
+                n.tlvs = lldp::EncodeLldpdu(pdu);
+            }
+            n.remoteChanges = false;
+            result.outcome = ReceiveOutcome::Refreshed;
+            return result;
+        }
+        d->index.Erase(key);
+        Store(n, pdu);
+        n.changeTime = now;
+        n.remoteChanges = true;
+        d->index.Insert(&n);
+        d->stats.lastChangeTime = now;
+        result.outcome = ReceiveOutcome::Updated;
+        return result;
+    }
+
+    if (agent->msap.size() >= port->neighbourLimit) {
+        const uint32_t until = ExpiryOf(pdu.ttl);
+        if (!TooMany(*agent) || until > agent->tooManyUntil) agent->tooManyUntil = until;
+        agent->tooManySeen = true;
+        agent->counters.framesDiscarded++;
+        d->stats.drops++;
+        result.outcome = ReceiveOutcome::Dropped;
+        return result;
+    }
+
+    const RemKey key{ifIndex, agentNo, AllocRemIndex(*d, ifIndex, agentNo, *agent)};
+    Neighbour *raw = &d->neighbours[key];
+    raw->key = key;
+    raw->changeTime = now;
+    raw->expiry = ExpiryOf(pdu.ttl);
+    raw->remoteChanges = false;
+    Store(*raw, pdu);
+    agent->msap.emplace(msap, key.remIndex);
+    d->index.Insert(raw);
+    d->ageing.insert({raw->expiry, raw->key});
+    d->stats.inserts++;
+    d->stats.lastChangeTime = now;
+    result.remIndex = raw->key.remIndex;
+    result.outcome = ReceiveOutcome::Inserted;
+    return result;
+}
+
+uint32_t ApplyAdminStatus(uint32_t ifIndex, uint32_t agentNo, uint8_t value) {
+    if (value > kAdminTxRx) return LLDP_ERR_BAD_VALUE;
+    PortState *port = nullptr;
+    Daemon *d = nullptr;
+    AgentState *a = AgentOf(ifIndex, agentNo, &port, &d);
+    if (a == nullptr) return LLDP_ERR_NO_ENTRY;
+    const bool received = a->adminStatus == kAdminRxOnly || a->adminStatus == kAdminTxRx;
+    const bool receives = value == kAdminRxOnly || value == kAdminTxRx;
+    const bool transmitted = Transmits(*a);
+    a->adminStatus = value;
+    if (received && !receives) ClearAgentNeighbours(*d, *port, agentNo, true);
+    if (!transmitted && Transmits(*a)) a->nextTx = Clock();
+    return 0;
+}
+
+void MoveClock(uint32_t to) {
+    uint32_t &clock = Clock();
+    if (to < clock) {
+        clock = to;
+        return;
+    }
+    clock = to;
+    for (Daemon *d : AllDaemons()) {
+        AgeOut(*d, to);
+        if (!NodeUp(d->node)) continue;
+        // Every LLDP port of the node transmits, also one no query touched yet.
+        for (const Interface &intf : InterfacesOfNode(d->node)) {
+            if (IsLldpPort(intf)) PortOf(intf.ifIndex);
+        }
+        Transmit(*d, to);
+    }
+}
+
+}  // namespace lldpv2host::daemon
+
+namespace lldpv2host {
+
+using namespace daemon;
+
+const char *ReceiveOutcomeName(ReceiveOutcome outcome) {
+    switch (outcome) {
+        case ReceiveOutcome::Inserted: return "inserted";
+        case ReceiveOutcome::Updated: return "updated";
+        case ReceiveOutcome::Refreshed: return "refreshed";
+        case ReceiveOutcome::Deleted: return "deleted";
+        case ReceiveOutcome::ShutdownUnknown: return "shutdown-unknown";
+        case ReceiveOutcome::Discarded: return "discarded";
+        case ReceiveOutcome::Dropped: return "dropped";
+        case ReceiveOutcome::Ignored: return "ignored";
+        case ReceiveOutcome::NoSuchAgent: return "no-such-agent";
+    }
+    return "?";
+}
+
+ReceiveResult Receive(uint32_t ifIndex, uint32_t agent, const std::vector<uint8_t> &lldpdu) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    return ReceiveFrame(ifIndex, agent, lldpdu.data(), lldpdu.size());
+}
+
+uint32_t Now() {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    return Clock();
+}
+
+void SetClock(uint32_t t) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    MoveClock(t);
+}
+
+void AdvanceClock(uint32_t hundredths) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    const uint32_t now = Clock();
+    const uint32_t to = hundredths > UINT32_MAX - now ? UINT32_MAX : now + hundredths;
+    MoveClock(to);
+}
+
+uint32_t SetAdminStatus(uint32_t ifIndex, uint32_t agentNo, AdminStatus status) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    uint8_t value = kAdminDisabled;
+    switch (status) {
+        case AdminStatus::TxOnly: value = kAdminTxOnly; break;
+        case AdminStatus::RxOnly: value = kAdminRxOnly; break;
+        case AdminStatus::TxAndRx: value = kAdminTxRx; break;
+        case AdminStatus::Disabled: value = kAdminDisabled; break;
+        default: return LLDP_ERR_BAD_VALUE;
+    }
+    return ApplyAdminStatus(ifIndex, agentNo, value);
+}
+
+AdminStatus GetAdminStatus(uint32_t ifIndex, uint32_t agentNo) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    AgentState *a = AgentOf(ifIndex, agentNo);
+    if (a == nullptr) return AdminStatus::Disabled;
+    switch (a->adminStatus) {
+        case kAdminTxOnly: return AdminStatus::TxOnly;
+        case kAdminRxOnly: return AdminStatus::RxOnly;
+        case kAdminTxRx: return AdminStatus::TxAndRx;
+        default: return AdminStatus::Disabled;
+    }
+}
+
+uint32_t SetNotification(uint32_t ifIndex, uint32_t agentNo, bool enabled) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    AgentState *a = AgentOf(ifIndex, agentNo);
+    if (a == nullptr) return LLDP_ERR_NO_ENTRY;
+    a->notification = enabled;
+    return 0;
+}
+
+uint32_t SetTlvTxMask(uint32_t ifIndex, uint32_t agentNo, uint32_t mask) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    AgentState *a = AgentOf(ifIndex, agentNo);
+    if (a == nullptr) return LLDP_ERR_NO_ENTRY;
+    if ((mask & ~kKnownTlvBits) != 0) return LLDP_ERR_BAD_VALUE;
+    a->tlvMask = mask;
+    return 0;
+}
+
+uint32_t TlvTxMask(uint32_t ifIndex, uint32_t agentNo) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    AgentState *a = AgentOf(ifIndex, agentNo);
+    return a == nullptr ? 0 : a->tlvMask;
+}
+
+uint32_t SetNeighbourLimit(uint32_t ifIndex, uint32_t limit) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    PortState *p = PortOf(ifIndex);
+    if (p == nullptr) return LLDP_ERR_NO_ENTRY;
+    if (limit == 0) return LLDP_ERR_BAD_VALUE;
+    p->neighbourLimit = limit;
+    return 0;
+}
+
+AgentCounters Counters(uint32_t ifIndex, uint32_t agentNo) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    AgentState *a = AgentOf(ifIndex, agentNo);
+    return a == nullptr ? AgentCounters{} : a->counters;
+}
+
+RemoteTableStats NodeStats(uint16_t node) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    Daemon *d = DaemonOf(node);
+    if (d == nullptr) return {};
+    return RemoteTableStats{d->stats.inserts, d->stats.deletes, d->stats.drops, d->stats.ageouts,
+                            d->stats.lastChangeTime};
+}
+
+std::vector<uint8_t> LocalLldpdu(uint32_t ifIndex, uint32_t agentNo) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    Daemon *d = nullptr;
+    PortState *p = PortOf(ifIndex, &d);
+    if (p == nullptr) return {};
+    return lldp::EncodeLldpdu(LocalPdu(*d, *p, EffectiveAgent(*p, agentNo)));
+}
+
+std::vector<NeighbourView> Neighbours(uint32_t ifIndex, uint32_t agentNo) {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    std::vector<NeighbourView> out;
+    for (Daemon *d : AllDaemons()) {
+        for (const auto &[key, n] : d->neighbours) {
+            if (ifIndex != 0 && key.ifIndex != ifIndex) continue;
+            if (agentNo != 0 && key.agent != agentNo) continue;
+            NeighbourView v;
+            v.ifIndex = key.ifIndex;
+            v.agent = key.agent;
+            v.remIndex = key.remIndex;
+            v.changeTime = n.changeTime;
+            v.expiry = n.expiry;
+            v.remoteChanges = n.remoteChanges;
+            const lldp::Lldpdu pdu = n.Decode();
+            v.chassisId = pdu.chassisId;
+            v.portId = pdu.portId;
+            v.tlvs = n.tlvs;
+            out.push_back(std::move(v));
+        }
+    }
+    std::sort(out.begin(), out.end(), [](const NeighbourView &a, const NeighbourView &b) {
+        return std::tie(a.ifIndex, a.agent, a.remIndex) < std::tie(b.ifIndex, b.agent, b.remIndex);
+    });
+    return out;
+}
+
+size_t NeighbourCount() {
+    std::lock_guard<std::recursive_mutex> guard(StateLock());
+    size_t n = 0;
+    for (Daemon *d : AllDaemons()) n += d->neighbours.size();
+    return n;
+}
+
+}  // namespace lldpv2host

@@ -1,0 +1,180 @@
+// Statistics: the remote-table counters summed over the stack (table id 6),
+// and the per (port, agent) transmit and receive counters (table ids 7, 8).
+#include <algorithm>
+#include <array>
+#include <span>
+
+#include "basic/basic_tables.h"
+#include "common/export.h"
+#include "common/reply.h"
+#include "common/walks.h"
+
+namespace lldpv2 {
+namespace {
+
+constexpr uint32_t kStatsBufferSize = 512;
+constexpr uint32_t kIfStatsMinLen = sizeof(LLDP_IF_STATS_S);
+
+// ---- Table 6: remote-table statistics scalars -------------------------
+
+constexpr uint32_t kRemTables = 6;
+
+struct RemStatsColumn {
+    uint32_t morId;
+    uint32_t typeCode;
+    uint32_t LLDP_MIB_REMSTATS_S::*field;
+};
+
+constexpr std::array<RemStatsColumn, 5> kRemStatsColumns = {{
+    {MorId(kRemTables, 1), MOR_TYPE_TIMEMARK, &LLDP_MIB_REMSTATS_S::lastChangeTime},
+    {MorId(kRemTables, 2), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::inserts},
+    {MorId(kRemTables, 3), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::deletes},
+    {MorId(kRemTables, 4), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::drops},
+    {MorId(kRemTables, 5), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::ageouts},
+}};
+
+uint32_t GetRemStats(MOR_MSG request, MOR_MSG reply) {
+    LLDP_MIB_REMSTATS_S stats{};
+    uint32_t status = LLDP_mibpub_GetStatsRemTables(&stats);
+    if (status != kOk) return Fail(reply, status);
+    // Unknown columns are reported at the end; the known ones are still answered.
+    for (const Param &p : Params(request)) {
+        const auto *col = std::find_if(kRemStatsColumns.begin(), kRemStatsColumns.end(),
+                                       [&](const RemStatsColumn &c) { return c.morId == p.morId; });
+        if (col == kRemStatsColumns.end()) {
+            status = kErrUnserved;
+            continue;
+        }
+        AppendNumber(reply, col->morId, col->typeCode, stats.*(col->field));
+    }
+    return status == kOk ? kOk : Fail(reply, status);
+}
+
+// ---- Tables 7 and 8: per (port, agent) counters -----------------------
+
+struct PortStatsColumn {
+    uint32_t column;
+    uint32_t typeCode;
+    uint32_t LLDP_IF_STATS_S::*field;
+};
+
+struct PortStatsTable {
+    uint32_t table;
+    uint32_t lastColumn;
+    std::span<const PortStatsColumn> columns;
+};
+
+constexpr std::array<PortStatsColumn, 2> kTxColumns = {{
+    {3, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesOut},
+    {4, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::lengthErrors},
+}};
+
+// The ageouts counter goes as type 2, unlike the other counters of the row.
+constexpr std::array<PortStatsColumn, 6> kRxColumns = {{
+    {3, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesDiscarded},
+    {4, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesInError},
+    {5, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesIn},
+    {6, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsDiscarded},
+    {7, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsUnrecognized},
+    {8, MOR_TYPE_UNSIGNED, &LLDP_IF_STATS_S::ageouts},
+}};
+
+constexpr PortStatsTable kTxTable{7, 4, kTxColumns};
+constexpr PortStatsTable kRxTable{8, 8, kRxColumns};
+
+uint32_t FetchRow(const LLDP_PORT_AGENT_S &pair, LLDP_IF_STATS_S *row) {
+    if (IsPortAgentValid(pair.port, pair.agent) != 1) return kErrNoInstance;
+    *row = LLDP_IF_STATS_S{};
+    return LLDP_mibpub_GetIfStats(pair.port, pair.agent, row);
+}
+
+uint32_t ReadPortStats(const PortStatsTable &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    const uint32_t portMor = MorId(t.table, 1);
+    const uint32_t agentMor = MorId(t.table, 2);
+    LLDP_PORT_AGENT_S pair;
+    LLDP_mibpub_InitPortAgent(&pair);
+    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
+        if (p.morId == agentMor) return ReadAgentIndexPara(p.handle, &pair.agent);
+        if (p.morId == portMor) return ReadPortIndexPara(p.handle, &pair.port);
+        return (p.morId < portMor || p.morId > MorId(t.table, t.lastColumn)) ? kErrUnserved : kOk;
+    });
+    if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    const uint32_t position = walk.position;
+
+    LLDP_IF_STATS_S row{};
+    if (opType == MOR_OP_GET) {
+        const uint32_t rc = FetchRow(pair, &row);
+        if (rc != kOk) return Fail(reply, rc, position);
+    } else {
+        const uint32_t rc = NextReadablePair(0, &pair, [&](const LLDP_PORT_AGENT_S &p) { return FetchRow(p, &row); });
+        if (rc != kOk) return Fail(reply, rc, position);
+        LLDP_mibpub_SetIndexToReplyMsg(reply, portMor, agentMor, &pair);
+    }
+    // Every data column of the row, whatever the request named.
+    for (const PortStatsColumn &c : t.columns) AppendNumber(reply, MorId(t.table, c.column), c.typeCode, row.*(c.field));
+    return kOk;
+}
+
+uint32_t PortStatsProc(const PortStatsTable &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return ReadPortStats(t, opType, request, reply); });
+}
+
+}  // namespace
+
+uint32_t StatsRemTablesProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    switch (ClassifyOp(opType)) {
+        case Op::Phase: return kOk;
+        case Op::Set: return Fail(reply, kErrReadOnly);
+        case Op::Get: return GetRemStats(request, reply);
+        case Op::GetNext:
+        case Op::Unserved: break;
+    }
+    return Fail(reply, kErrUnserved);
+}
+
+uint32_t StatsTxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return PortStatsProc(kTxTable, opType, request, reply);
+}
+
+uint32_t StatsRxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return PortStatsProc(kRxTable, opType, request, reply);
+}
+
+}  // namespace lldpv2
+
+using namespace lldpv2;
+
+extern "C" {
+
+LLDPV2_EXPORT uint32_t LLDP_mibpub_GetStatsRemTables(LLDP_MIB_REMSTATS_S *out) {
+    NodeArray nodes;
+    if (!nodes.valid()) return kOk;
+    LLDP_MIB_REMSTATS_S sum{};
+    for (uint16_t node : nodes) {
+        if (IF_IsNodeUp(node) != 1) continue;
+        uint8_t buf[kStatsBufferSize];
+        uint16_t len = sizeof(buf);
+        if (LLDP_mor_Get(0, 0, LLDP_ITEM_GLOBAL_STATS, node, nullptr, &len, buf) != kOk) continue;
+        LLDP_GLOBAL_STATS_S rec{};
+        if (LLDP_msg_CreateFromGStatBuf(buf, len, &rec) != 0) continue;
+        sum.lastChangeTime = std::max(sum.lastChangeTime, rec.lastChangeTime);
+        sum.inserts += rec.inserts;
+        sum.deletes += rec.deletes;
+        sum.drops += rec.drops;
+        sum.ageouts += rec.ageouts;
+    }
+    *out = sum;
+    return kOk;
+}
+
+LLDPV2_EXPORT uint32_t LLDP_mibpub_GetIfStats(uint32_t ifIndex, uint32_t agent, LLDP_IF_STATS_S *record) {
+    uint8_t buf[kStatsBufferSize];
+    uint16_t len = 0;
+    const uint32_t rc = LLDP_mor_MibGet(ifIndex, agent, LLDP_ITEM_IF_STATS, sizeof(buf), buf, &len);
+    if (rc != kOk) return rc;
+    if (len < kIfStatsMinLen) return kErrNoInstance;
+    if (LLDP_msg_CreateFromIfStatBuf(buf, len, record) != 0) return kErrNoInstance;
+    return kOk;
+}
+
+}  // extern "C"

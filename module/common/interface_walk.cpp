@@ -1,0 +1,96 @@
+// Walks over LLDP ports, and over (port, agent) pairs, in interface order.
+#include <array>
+
+#include "common/export.h"
+#include "common/mibpub.h"
+
+namespace lldpv2 {
+namespace {
+
+constexpr uint32_t kSelectKind = 5;
+constexpr uint32_t kSelectProperty = 8;
+constexpr uint32_t kSelectCondition = 10;
+
+// Interface types of the standard LLDP port selection, in the order they are added.
+constexpr std::array<uint32_t, 14> kStandardTypes = {18, 19, 21, 88, 68, 69, 22, 23, 25, 89, 70, 71, 26, 28};
+// Added after the standard ones for the (port, agent) walk.
+constexpr std::array<uint32_t, 4> kStrictExtraTypes = {56, 67, 31, 35};
+constexpr std::array<uint32_t, 2> kLenientExtraTypes = {82, 87};
+
+template <size_t N>
+void AddTypes(IF_SELECT_S *selection, const std::array<uint32_t, N> &types) {
+    for (uint32_t type : types) IF_SelectType_Set(type, selection);
+}
+
+}  // namespace
+
+uint32_t GetNextPortAgent(uint16_t strict, uint32_t port, uint32_t agent, uint32_t *nextPort, uint32_t *nextAgent) {
+    IF_SELECT_S selection{};
+    IF_Select_Init(kSelectKind, &selection);
+    AddTypes(&selection, kStandardTypes);
+    AddTypes(&selection, kStrictExtraTypes);
+    if (strict != 1) AddTypes(&selection, kLenientExtraTypes);
+
+    if (IF_IsValidIfIndex(port) != 0) {
+        uint32_t type = kUnknownPortType;
+        if (IF_GetDataByIfIndex(port, IF_ATTR_TYPE, &type) != 0) type = kUnknownPortType;
+        const PortClass cls = ClassOfPortType(type);
+        // The current port's type is not compared with the selection before
+        // staying on it: the per-table pair check refuses such rows later.
+        bool stay = true;
+        if (strict == 1 && cls == PortClass::CustomerBridgeOnly) {
+            stay = false;
+        } else if (cls == PortClass::NearestBridgeOnly) {
+            if (agent == 0) {
+                *nextPort = port;
+                *nextAgent = LLDP_util_SetIfFirstAgentID(port);
+                return kOk;
+            }
+            stay = false;
+        } else if (agent > 2) {
+            stay = false;
+        }
+        if (stay) {
+            *nextPort = port;
+            if (agent == 0) {
+                *nextAgent = LLDP_util_SetIfFirstAgentID(port);
+            } else if (cls == PortClass::CustomerBridgeOnly) {
+                *nextAgent = 3;
+            } else {
+                *nextAgent = agent + 1;
+            }
+            return kOk;
+        }
+    }
+
+    const uint32_t next = LLDP_mibpub_GetNextIfIndexByIfIndex(port, &selection);
+    if (next == 0) return kErrGeneral;
+    *nextPort = next;
+    *nextAgent = LLDP_util_SetIfFirstAgentID(next);
+    return kOk;
+}
+
+}  // namespace lldpv2
+
+using namespace lldpv2;
+
+extern "C" {
+
+LLDPV2_EXPORT uint32_t LLDP_mibpub_GetNextIfIndexByIfIndex(uint32_t ifIndex, IF_SELECT_S *selection) {
+    IF_ITERATOR iterator = IF_IteratorInitialize(ifIndex, selection);
+    if (iterator == nullptr) return 0;
+    IF_SelectProperty_Set(kSelectProperty, selection);
+    IF_SelectCondition_Set(kSelectCondition, selection);
+    const uint32_t next = IF_GetNextIfIndexByIfSelect(selection, iterator, ifIndex);
+    IF_IteratorFinalize(&iterator);
+    return next;
+}
+
+LLDPV2_EXPORT uint32_t GetNextIfIndexByIfIndex(uint32_t ifIndex) {
+    IF_SELECT_S selection{};
+    IF_Select_Init(kSelectKind, &selection);
+    AddTypes(&selection, kStandardTypes);
+    return LLDP_mibpub_GetNextIfIndexByIfIndex(ifIndex, &selection);
+}
+
+}  // extern "C"

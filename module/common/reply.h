@@ -1,0 +1,153 @@
+// Small helpers to walk a request's parameters and to write replies.
+#pragma once
+
+#include <cstdint>
+
+#include "common/codes.h"
+#include "lldpv2/lldp_client.h"
+#include "lldpv2/mor.h"
+
+namespace lldpv2 {
+
+// One parameter of a request, with its 0-based position.
+struct Param {
+    MOR_PARA handle = nullptr;
+    uint32_t morId = 0;
+    uint32_t position = 0;
+
+    uint32_t U32() const { return MOR_GetData32(handle); }
+    uint32_t Len() const { return MOR_GetParaLen(handle); }
+    uint32_t Copy(uint32_t capacity, void *dest) const { return MOR_GetDataFromPara(handle, capacity, dest); }
+};
+
+// Range over a request's parameters in request order:
+//   for (const Param &p : Params(request)) { ... }
+class Params {
+public:
+    explicit Params(MOR_MSG msg) : msg_(msg) {}
+
+    class Iterator {
+    public:
+        Iterator(MOR_MSG msg, bool end) : msg_(msg) {
+            if (!end) current_.handle = MOR_GetFirstParaFromMsg(msg_, 0, &current_.morId);
+        }
+        const Param &operator*() const { return current_; }
+        const Param *operator->() const { return &current_; }
+        Iterator &operator++() {
+            current_.handle = MOR_GetNextParaFromMsg(msg_, 0, &current_.morId);
+            ++current_.position;
+            return *this;
+        }
+        bool operator!=(const Iterator &other) const { return (current_.handle == nullptr) != (other.current_.handle == nullptr); }
+
+    private:
+        MOR_MSG msg_;
+        Param current_;
+    };
+
+    Iterator begin() const { return Iterator(msg_, false); }
+    Iterator end() const { return Iterator(msg_, true); }
+
+private:
+    MOR_MSG msg_;
+};
+
+// Whether the request has no parameter at all.
+inline bool HasNoParams(MOR_MSG msg) {
+    uint32_t morId = 0;
+    return MOR_GetFirstParaFromMsg(msg, 0, &morId) == nullptr;
+}
+
+// Records code at position on the reply and returns it.
+inline uint32_t Fail(MOR_MSG reply, uint32_t code, uint32_t position = kWholeRequest) {
+    MOR_SetMsgError(reply, code, position);
+    return code;
+}
+
+// Reply writers.
+inline uint32_t AppendNumber(MOR_MSG reply, uint32_t morId, uint32_t typeCode, uint32_t value) {
+    return MOR_AppendPara2Msg(reply, 0, morId, typeCode, value, 4);
+}
+inline uint32_t AppendEnum(MOR_MSG reply, uint32_t morId, uint32_t value) {
+    return AppendNumber(reply, morId, MOR_TYPE_ENUM, value);
+}
+inline uint32_t AppendUnsigned(MOR_MSG reply, uint32_t morId, uint32_t value) {
+    return AppendNumber(reply, morId, MOR_TYPE_UNSIGNED, value);
+}
+inline uint32_t AppendCounter(MOR_MSG reply, uint32_t morId, uint32_t value) {
+    return AppendNumber(reply, morId, MOR_TYPE_COUNTER, value);
+}
+inline uint32_t AppendTimeMark(MOR_MSG reply, uint32_t morId, uint32_t value) {
+    return AppendNumber(reply, morId, MOR_TYPE_TIMEMARK, value);
+}
+inline uint32_t AppendOctets(MOR_MSG reply, uint32_t morId, const void *bytes, uint32_t len) {
+    return MOR_AppendPara2Msg(reply, 0, morId, MOR_TYPE_OCTETS, reinterpret_cast<uintptr_t>(bytes), len);
+}
+// The object identifier 0.0, which the management address OID columns always answer.
+inline uint32_t AppendNullOid(MOR_MSG reply, uint32_t morId) {
+    static constexpr uint32_t kZeroZero[2] = {0, 0};
+    return MOR_AppendPara2Msg(reply, 0, morId, MOR_TYPE_OID, reinterpret_cast<uintptr_t>(kZeroZero),
+                              sizeof(kZeroZero));
+}
+
+}  // namespace lldpv2
+
+namespace lldpv2 {
+
+// A capability set (bit i = capability i) in SNMP BITS order: capability 0
+// on the most significant bit of the first octet.
+struct CapBits {
+    uint8_t octets[2];
+};
+inline CapBits CapabilityBits(uint16_t caps) {
+    const uint16_t reversed = LLDP_util_OverturnS(caps);
+    return CapBits{{static_cast<uint8_t>(reversed >> 8), static_cast<uint8_t>(reversed & 0xFF)}};
+}
+
+// Outcome of reading a request's index: the first index error and its
+// position. Every index walk stops at the first error; a get reports it, a
+// get-next goes on from the index as far as it was read. An unknown column
+// (kErrUnserved) ends every op type.
+struct IndexWalk {
+    uint32_t code = kOk;
+    uint32_t position = kWholeRequest;
+
+    bool Ends(uint32_t opType) const { return code == kErrUnserved || (code != kOk && opType == MOR_OP_GET); }
+};
+
+// Walks the parameters with column(param) -> status until the first error.
+template <typename Column>
+IndexWalk WalkIndex(MOR_MSG request, Column column) {
+    IndexWalk walk;
+    for (const Param &p : Params(request)) {
+        const uint32_t rc = column(p);
+        if (rc != kOk) {
+            walk.code = rc;
+            walk.position = p.position;
+            break;
+        }
+    }
+    return walk;
+}
+
+// The op-type frame of a table: phases do nothing, get and get-next run
+// read(), a set runs write(), anything else is not served.
+template <typename Read, typename Write>
+uint32_t ServeTable(uint32_t opType, MOR_MSG reply, Read read, Write write) {
+    switch (ClassifyOp(opType)) {
+        case Op::Phase: return kOk;
+        case Op::Set: return write();
+        case Op::Get:
+        case Op::GetNext: return read();
+        case Op::Unserved: break;
+    }
+    return Fail(reply, kErrUnserved);
+}
+
+// The same for a read-only table, which refuses every set.
+template <typename Read>
+uint32_t ServeReadOnly(uint32_t opType, MOR_MSG reply, Read read) {
+    return ServeTable(opType, reply, read, [reply] { return Fail(reply, kErrReadOnly); });
+}
+
+}  // namespace lldpv2

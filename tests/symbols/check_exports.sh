@@ -49,7 +49,7 @@ done
 # No link-time dependency on the host platform.
 if readelf -d "$module" | grep NEEDED | grep -qi lldpv2host; then echo "linked against the host platform"; fail=1; fi
 
-nodes=$(grep -c '_node_' <<<"$defined")
+nodes=$(grep -cE '^lldpv2(_dot1|_dot3)?_tree_node_' <<<"$defined")
 echo "exported node records: $nodes"
 [ "$nodes" -eq $((135 + 379 + 180)) ] || { echo "expected 694 node records"; fail=1; }
 

@@ -13,7 +13,7 @@ DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-san test unit-test san-test run clean regen-mibtrees bench
+.PHONY: all deps build build-san test san-test run clean regen-mibtrees bench bench-snmp
 
 all: build
 
@@ -57,6 +57,10 @@ bench: build
 # Rewrites module/mibtrees from the MIB modules.
 regen-mibtrees: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) --target regen-mibtrees
+
+# snmpbulkwalk of the whole LLDP-V2-MIB on a generated large scenario.
+bench-snmp: build
+	bench/snmp_bench.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD)

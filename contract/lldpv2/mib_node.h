@@ -43,9 +43,9 @@ enum {
 
 /* Status codes. */
 enum {
-    MIB_STATUS_NONE = 0,
-    MIB_STATUS_BORROWED = 1, /* objects of the interfaces group */
-    MIB_STATUS_CURRENT = 5
+    MIB_NODE_STATUS_NONE = 0,
+    MIB_NODE_STATUS_BORROWED = 1, /* objects of the interfaces group */
+    MIB_NODE_STATUS_CURRENT = 5
 };
 
 /* Restriction kinds. */

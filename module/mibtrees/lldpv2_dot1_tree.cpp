@@ -1042,7 +1042,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_iso = {
     "iso", MIB_KIND_BRANCH, nullptr,
     nullptr, &lldpv2_dot1_tree_node_org,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1051,7 +1051,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_org = {
     "org", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_iso, &lldpv2_dot1_tree_node_dod,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1060,7 +1060,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_dod = {
     "dod", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_org, &lldpv2_dot1_tree_node_internet,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_ieee,
     0, nullptr, nullptr};
 
@@ -1069,7 +1069,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_internet = {
     "internet", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_dod, &lldpv2_dot1_tree_node_mgmt,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1078,7 +1078,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_mgmt = {
     "mgmt", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_internet, &lldpv2_dot1_tree_node_mib_2,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_snmpV2,
     0, nullptr, nullptr};
 
@@ -1087,7 +1087,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_mib_2 = {
     "mib-2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_mgmt, &lldpv2_dot1_tree_node_interfaces,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1096,7 +1096,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_interfaces = {
     "interfaces", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_mib_2, &lldpv2_dot1_tree_node_ifTable,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1105,7 +1105,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ifTable = {
     "ifTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_interfaces, &lldpv2_dot1_tree_node_ifEntry,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1114,7 +1114,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ifEntry = {
     "ifEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_ifTable, &lldpv2_dot1_tree_node_ifIndex,
     &lldpv2_dot1_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1123,7 +1123,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ifIndex = {
     "ifIndex", MIB_KIND_COLUMN, &kSyntax[0],
     &lldpv2_dot1_tree_node_ifEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1132,7 +1132,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_snmpV2 = {
     "snmpV2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_internet, &lldpv2_dot1_tree_node_snmpModules,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1141,7 +1141,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_snmpModules = {
     "snmpModules", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_snmpV2, &lldpv2_dot1_tree_node_snmpMIB,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1150,7 +1150,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_snmpMIB = {
     "snmpMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_snmpModules, &lldpv2_dot1_tree_node_snmpMIBObjects,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1159,7 +1159,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_snmpMIBObjects = {
     "snmpMIBObjects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_snmpMIB, &lldpv2_dot1_tree_node_snmpTraps,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1168,7 +1168,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_snmpTraps = {
     "snmpTraps", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_snmpMIBObjects, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1177,7 +1177,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ieee = {
     "ieee", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_org, &lldpv2_dot1_tree_node_standards_association_numbers_series_standards,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 111, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 111, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1186,7 +1186,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_standards_association_numbers_series_stan
     "standards-association-numbers-series-standards", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_ieee, &lldpv2_dot1_tree_node_lan_man_stds,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1195,7 +1195,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lan_man_stds = {
     "lan-man-stds", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_standards_association_numbers_series_standards, &lldpv2_dot1_tree_node_ieee802dot1,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 802, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 802, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1204,7 +1204,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ieee802dot1 = {
     "ieee802dot1", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lan_man_stds, &lldpv2_dot1_tree_node_ieee802dot1mibs,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1213,7 +1213,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_ieee802dot1mibs = {
     "ieee802dot1mibs", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_ieee802dot1, &lldpv2_dot1_tree_node_lldpV2TcMIB,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1222,7 +1222,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2TcMIB = {
     "lldpV2TcMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_ieee802dot1mibs, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 12, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 12, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2MIB,
     0, nullptr, nullptr};
 
@@ -1231,7 +1231,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2MIB = {
     "lldpV2MIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_ieee802dot1mibs, &lldpv2_dot1_tree_node_lldpV2Notifications,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 13, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 13, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1240,7 +1240,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Notifications = {
     "lldpV2Notifications", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MIB, &lldpv2_dot1_tree_node_lldpV2NotificationPrefix,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Objects,
     0, nullptr, nullptr};
 
@@ -1249,7 +1249,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2NotificationPrefix = {
     "lldpV2NotificationPrefix", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Notifications, &lldpv2_dot1_tree_node_lldpV2RemTablesChange,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1258,7 +1258,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemTablesChange = {
     "lldpV2RemTablesChange", MIB_KIND_NOTIFICATION, nullptr,
     &lldpv2_dot1_tree_node_lldpV2NotificationPrefix, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     4, &kNotificationObjects[0], nullptr};
 
@@ -1267,7 +1267,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Objects = {
     "lldpV2Objects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MIB, &lldpv2_dot1_tree_node_lldpV2Configuration,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Conformance,
     0, nullptr, nullptr};
 
@@ -1276,7 +1276,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Configuration = {
     "lldpV2Configuration", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Objects, &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
     &lldpv2_dot1_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Statistics,
     0, nullptr, nullptr};
 
@@ -1285,7 +1285,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2MessageTxInterval = {
     "lldpV2MessageTxInterval", MIB_KIND_SCALAR, &kSyntax[1],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageTxHoldMultiplier,
-    0, 1, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
+    0, 1, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
     &lldpv2_dot1_tree_node_lldpV2MessageTxHoldMultiplier,
     0, nullptr, nullptr};
 
@@ -1294,7 +1294,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2MessageTxHoldMultiplier = {
     "lldpV2MessageTxHoldMultiplier", MIB_KIND_SCALAR, &kSyntax[2],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ReinitDelay,
-    0, 2, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
+    0, 2, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
     &lldpv2_dot1_tree_node_lldpV2ReinitDelay,
     0, nullptr, nullptr};
 
@@ -1303,7 +1303,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ReinitDelay = {
     "lldpV2ReinitDelay", MIB_KIND_SCALAR, &kSyntax[3],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2NotificationInterval,
-    0, 3, "{ 2 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
+    0, 3, "{ 2 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
     &lldpv2_dot1_tree_node_lldpV2NotificationInterval,
     0, nullptr, nullptr};
 
@@ -1312,7 +1312,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2NotificationInterval = {
     "lldpV2NotificationInterval", MIB_KIND_SCALAR, &kSyntax[4],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2TxCreditMax,
-    0, 4, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
+    0, 4, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
     &lldpv2_dot1_tree_node_lldpV2TxCreditMax,
     0, nullptr, nullptr};
 
@@ -1321,7 +1321,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2TxCreditMax = {
     "lldpV2TxCreditMax", MIB_KIND_SCALAR, &kSyntax[5],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MessageFastTx,
-    0, 5, "{ 5 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
+    0, 5, "{ 5 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
     &lldpv2_dot1_tree_node_lldpV2MessageFastTx,
     0, nullptr, nullptr};
 
@@ -1330,7 +1330,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2MessageFastTx = {
     "lldpV2MessageFastTx", MIB_KIND_SCALAR, &kSyntax[6],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2TxFastInit,
-    0, 6, "{ 1 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
+    0, 6, "{ 1 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
     &lldpv2_dot1_tree_node_lldpV2TxFastInit,
     0, nullptr, nullptr};
 
@@ -1339,7 +1339,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2TxFastInit = {
     "lldpV2TxFastInit", MIB_KIND_SCALAR, &kSyntax[7],
     &lldpv2_dot1_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigIfIndex,
-    0, 7, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
+    0, 7, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
     &lldpv2_dot1_tree_node_lldpV2PortConfigTable,
     0, nullptr, nullptr};
 
@@ -1348,7 +1348,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigTable = {
     "lldpV2PortConfigTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Configuration, &lldpv2_dot1_tree_node_lldpV2PortConfigEntry,
     &lldpv2_dot1_tree_node_lldpV2PortConfigIfIndex,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2DestAddressTable,
     0, nullptr, nullptr};
 
@@ -1357,7 +1357,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigEntry = {
     "lldpV2PortConfigEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigTable, &lldpv2_dot1_tree_node_lldpV2PortConfigIfIndex,
     &lldpv2_dot1_tree_node_lldpV2PortConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1366,7 +1366,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigIfIndex = {
     "lldpV2PortConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[8],
     &lldpv2_dot1_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
     &lldpv2_dot1_tree_node_lldpV2PortConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -1375,7 +1375,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigDestAddressIndex = {
     "lldpV2PortConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[9],
     &lldpv2_dot1_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigAdminStatus,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
     &lldpv2_dot1_tree_node_lldpV2PortConfigAdminStatus,
     0, nullptr, nullptr};
 
@@ -1384,7 +1384,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigAdminStatus = {
     "lldpV2PortConfigAdminStatus", MIB_KIND_COLUMN, &kSyntax[10],
     &lldpv2_dot1_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigNotificationEnable,
-    0, 3, "{ txAndRx }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
+    0, 3, "{ txAndRx }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
     &lldpv2_dot1_tree_node_lldpV2PortConfigNotificationEnable,
     0, nullptr, nullptr};
 
@@ -1393,7 +1393,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigNotificationEnable = {
     "lldpV2PortConfigNotificationEnable", MIB_KIND_COLUMN, &kSyntax[11],
     &lldpv2_dot1_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2PortConfigTLVsTxEnable,
-    0, 4, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
+    0, 4, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
     &lldpv2_dot1_tree_node_lldpV2PortConfigTLVsTxEnable,
     0, nullptr, nullptr};
 
@@ -1402,7 +1402,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2PortConfigTLVsTxEnable = {
     "lldpV2PortConfigTLVsTxEnable", MIB_KIND_COLUMN, &kSyntax[12],
     &lldpv2_dot1_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2AddressTableIndex,
-    0, 5, "{ { } }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
+    0, 5, "{ { } }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1411,7 +1411,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2DestAddressTable = {
     "lldpV2DestAddressTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Configuration, &lldpv2_dot1_tree_node_lldpV2DestAddressTableEntry,
     &lldpv2_dot1_tree_node_lldpV2AddressTableIndex,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsTable,
     0, nullptr, nullptr};
 
@@ -1420,7 +1420,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2DestAddressTableEntry = {
     "lldpV2DestAddressTableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2DestAddressTable, &lldpv2_dot1_tree_node_lldpV2AddressTableIndex,
     &lldpv2_dot1_tree_node_lldpV2AddressTableIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1429,7 +1429,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2AddressTableIndex = {
     "lldpV2AddressTableIndex", MIB_KIND_COLUMN, &kSyntax[13],
     &lldpv2_dot1_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2DestMacAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
     &lldpv2_dot1_tree_node_lldpV2DestMacAddress,
     0, nullptr, nullptr};
 
@@ -1438,7 +1438,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2DestMacAddress = {
     "lldpV2DestMacAddress", MIB_KIND_COLUMN, &kSyntax[14],
     &lldpv2_dot1_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1447,7 +1447,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsTable = {
     "lldpV2ManAddrConfigTxPortsTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Configuration, &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1456,7 +1456,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry = {
     "lldpV2ManAddrConfigTxPortsEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsTable, &lldpv2_dot1_tree_node_lldpV2ManAddrConfigIfIndex,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1465,7 +1465,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigIfIndex = {
     "lldpV2ManAddrConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[15],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -1474,7 +1474,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigDestAddressIndex = {
     "lldpV2ManAddrConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[16],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
     0, nullptr, nullptr};
 
@@ -1483,7 +1483,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddrSubtype = {
     "lldpV2ManAddrConfigLocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[17],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddr,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddr,
     0, nullptr, nullptr};
 
@@ -1492,7 +1492,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigLocManAddr = {
     "lldpV2ManAddrConfigLocManAddr", MIB_KIND_COLUMN, &kSyntax[18],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxEnable,
     0, nullptr, nullptr};
 
@@ -1501,7 +1501,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxEnable = {
     "lldpV2ManAddrConfigTxEnable", MIB_KIND_COLUMN, &kSyntax[19],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigRowStatus,
-    0, 5, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
+    0, 5, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigRowStatus,
     0, nullptr, nullptr};
 
@@ -1510,7 +1510,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2ManAddrConfigRowStatus = {
     "lldpV2ManAddrConfigRowStatus", MIB_KIND_COLUMN, &kSyntax[20],
     &lldpv2_dot1_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1519,7 +1519,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Statistics = {
     "lldpV2Statistics", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Objects, &lldpv2_dot1_tree_node_lldpV2StatsRemTablesLastChangeTime,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData,
     0, nullptr, nullptr};
 
@@ -1528,7 +1528,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRemTablesLastChangeTime = {
     "lldpV2StatsRemTablesLastChangeTime", MIB_KIND_SCALAR, &kSyntax[21],
     &lldpv2_dot1_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesInserts,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesInserts,
     0, nullptr, nullptr};
 
@@ -1537,7 +1537,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRemTablesInserts = {
     "lldpV2StatsRemTablesInserts", MIB_KIND_SCALAR, &kSyntax[22],
     &lldpv2_dot1_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesDeletes,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesDeletes,
     0, nullptr, nullptr};
 
@@ -1546,7 +1546,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRemTablesDeletes = {
     "lldpV2StatsRemTablesDeletes", MIB_KIND_SCALAR, &kSyntax[23],
     &lldpv2_dot1_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesDrops,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesDrops,
     0, nullptr, nullptr};
 
@@ -1555,7 +1555,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRemTablesDrops = {
     "lldpV2StatsRemTablesDrops", MIB_KIND_SCALAR, &kSyntax[24],
     &lldpv2_dot1_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesAgeouts,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
     &lldpv2_dot1_tree_node_lldpV2StatsRemTablesAgeouts,
     0, nullptr, nullptr};
 
@@ -1564,7 +1564,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRemTablesAgeouts = {
     "lldpV2StatsRemTablesAgeouts", MIB_KIND_SCALAR, &kSyntax[25],
     &lldpv2_dot1_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsTxIfIndex,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortTable,
     0, nullptr, nullptr};
 
@@ -1573,7 +1573,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxPortTable = {
     "lldpV2StatsTxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Statistics, &lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry,
     &lldpv2_dot1_tree_node_lldpV2StatsTxIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTable,
     0, nullptr, nullptr};
 
@@ -1582,7 +1582,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry = {
     "lldpV2StatsTxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortTable, &lldpv2_dot1_tree_node_lldpV2StatsTxIfIndex,
     &lldpv2_dot1_tree_node_lldpV2StatsTxIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1591,7 +1591,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxIfIndex = {
     "lldpV2StatsTxIfIndex", MIB_KIND_COLUMN, &kSyntax[26],
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsTxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
     &lldpv2_dot1_tree_node_lldpV2StatsTxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1600,7 +1600,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxDestMACAddress = {
     "lldpV2StatsTxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[27],
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortFramesTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -1609,7 +1609,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxPortFramesTotal = {
     "lldpV2StatsTxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[28],
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsTxLLDPDULengthErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
     &lldpv2_dot1_tree_node_lldpV2StatsTxLLDPDULengthErrors,
     0, nullptr, nullptr};
 
@@ -1618,7 +1618,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsTxLLDPDULengthErrors = {
     "lldpV2StatsTxLLDPDULengthErrors", MIB_KIND_COLUMN, &kSyntax[29],
     &lldpv2_dot1_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1627,7 +1627,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortTable = {
     "lldpV2StatsRxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Statistics, &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry,
     &lldpv2_dot1_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1636,7 +1636,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry = {
     "lldpV2StatsRxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTable, &lldpv2_dot1_tree_node_lldpV2StatsRxDestIfIndex,
     &lldpv2_dot1_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1645,7 +1645,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxDestIfIndex = {
     "lldpV2StatsRxDestIfIndex", MIB_KIND_COLUMN, &kSyntax[30],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1654,7 +1654,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxDestMACAddress = {
     "lldpV2StatsRxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[31],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1663,7 +1663,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesDiscardedTotal = {
     "lldpV2StatsRxPortFramesDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[32],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesErrors,
     0, nullptr, nullptr};
 
@@ -1672,7 +1672,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesErrors = {
     "lldpV2StatsRxPortFramesErrors", MIB_KIND_COLUMN, &kSyntax[33],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesTotal,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -1681,7 +1681,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortFramesTotal = {
     "lldpV2StatsRxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[34],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1690,7 +1690,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal = {
     "lldpV2StatsRxPortTLVsDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[35],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
     0, nullptr, nullptr};
 
@@ -1699,7 +1699,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal = 
     "lldpV2StatsRxPortTLVsUnrecognizedTotal", MIB_KIND_COLUMN, &kSyntax[36],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortAgeoutsTotal,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortAgeoutsTotal,
     0, nullptr, nullptr};
 
@@ -1708,7 +1708,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2StatsRxPortAgeoutsTotal = {
     "lldpV2StatsRxPortAgeoutsTotal", MIB_KIND_COLUMN, &kSyntax[37],
     &lldpv2_dot1_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocChassisIdSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1717,7 +1717,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocalSystemData = {
     "lldpV2LocalSystemData", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Objects, &lldpv2_dot1_tree_node_lldpV2LocChassisIdSubtype,
     &lldpv2_dot1_tree_node_lldpV2LocChassisIdSubtype,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2RemoteSystemsData,
     0, nullptr, nullptr};
 
@@ -1726,7 +1726,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocChassisIdSubtype = {
     "lldpV2LocChassisIdSubtype", MIB_KIND_SCALAR, &kSyntax[38],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocChassisId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
     &lldpv2_dot1_tree_node_lldpV2LocChassisId,
     0, nullptr, nullptr};
 
@@ -1735,7 +1735,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocChassisId = {
     "lldpV2LocChassisId", MIB_KIND_SCALAR, &kSyntax[39],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocSysName,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
     &lldpv2_dot1_tree_node_lldpV2LocSysName,
     0, nullptr, nullptr};
 
@@ -1744,7 +1744,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocSysName = {
     "lldpV2LocSysName", MIB_KIND_SCALAR, &kSyntax[40],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocSysDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
     &lldpv2_dot1_tree_node_lldpV2LocSysDesc,
     0, nullptr, nullptr};
 
@@ -1753,7 +1753,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocSysDesc = {
     "lldpV2LocSysDesc", MIB_KIND_SCALAR, &kSyntax[41],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocSysCapSupported,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
     &lldpv2_dot1_tree_node_lldpV2LocSysCapSupported,
     0, nullptr, nullptr};
 
@@ -1762,7 +1762,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocSysCapSupported = {
     "lldpV2LocSysCapSupported", MIB_KIND_SCALAR, &kSyntax[42],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocSysCapEnabled,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
     &lldpv2_dot1_tree_node_lldpV2LocSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -1771,7 +1771,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocSysCapEnabled = {
     "lldpV2LocSysCapEnabled", MIB_KIND_SCALAR, &kSyntax[43],
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocPortIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
     &lldpv2_dot1_tree_node_lldpV2LocPortTable,
     0, nullptr, nullptr};
 
@@ -1780,7 +1780,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortTable = {
     "lldpV2LocPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, &lldpv2_dot1_tree_node_lldpV2LocPortEntry,
     &lldpv2_dot1_tree_node_lldpV2LocPortIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrTable,
     0, nullptr, nullptr};
 
@@ -1789,7 +1789,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortEntry = {
     "lldpV2LocPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocPortTable, &lldpv2_dot1_tree_node_lldpV2LocPortIfIndex,
     &lldpv2_dot1_tree_node_lldpV2LocPortIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1798,7 +1798,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortIfIndex = {
     "lldpV2LocPortIfIndex", MIB_KIND_COLUMN, &kSyntax[44],
     &lldpv2_dot1_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocPortIdSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
     &lldpv2_dot1_tree_node_lldpV2LocPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1807,7 +1807,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortIdSubtype = {
     "lldpV2LocPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[45],
     &lldpv2_dot1_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocPortId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
     &lldpv2_dot1_tree_node_lldpV2LocPortId,
     0, nullptr, nullptr};
 
@@ -1816,7 +1816,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortId = {
     "lldpV2LocPortId", MIB_KIND_COLUMN, &kSyntax[46],
     &lldpv2_dot1_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocPortDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
     &lldpv2_dot1_tree_node_lldpV2LocPortDesc,
     0, nullptr, nullptr};
 
@@ -1825,7 +1825,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocPortDesc = {
     "lldpV2LocPortDesc", MIB_KIND_COLUMN, &kSyntax[47],
     &lldpv2_dot1_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1834,7 +1834,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrTable = {
     "lldpV2LocManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocalSystemData, &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1843,7 +1843,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrEntry = {
     "lldpV2LocManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrTable, &lldpv2_dot1_tree_node_lldpV2LocManAddrSubtype,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1852,7 +1852,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrSubtype = {
     "lldpV2LocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[48],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddr,
     0, nullptr, nullptr};
 
@@ -1861,7 +1861,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddr = {
     "lldpV2LocManAddr", MIB_KIND_COLUMN, &kSyntax[49],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrLen,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrLen,
     0, nullptr, nullptr};
 
@@ -1870,7 +1870,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrLen = {
     "lldpV2LocManAddrLen", MIB_KIND_COLUMN, &kSyntax[50],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrIfSubtype,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -1879,7 +1879,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrIfSubtype = {
     "lldpV2LocManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[51],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrIfId,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrIfId,
     0, nullptr, nullptr};
 
@@ -1888,7 +1888,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrIfId = {
     "lldpV2LocManAddrIfId", MIB_KIND_COLUMN, &kSyntax[52],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrOID,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
     &lldpv2_dot1_tree_node_lldpV2LocManAddrOID,
     0, nullptr, nullptr};
 
@@ -1897,7 +1897,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2LocManAddrOID = {
     "lldpV2LocManAddrOID", MIB_KIND_COLUMN, &kSyntax[53],
     &lldpv2_dot1_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemTimeMark,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1906,7 +1906,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemoteSystemsData = {
     "lldpV2RemoteSystemsData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Objects, &lldpv2_dot1_tree_node_lldpV2RemTable,
     &lldpv2_dot1_tree_node_lldpV2RemTimeMark,
-    0, 4, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Extensions,
     0, nullptr, nullptr};
 
@@ -1915,7 +1915,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemTable = {
     "lldpV2RemTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot1_tree_node_lldpV2RemEntry,
     &lldpv2_dot1_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrTable,
     0, nullptr, nullptr};
 
@@ -1924,7 +1924,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemEntry = {
     "lldpV2RemEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemTable, &lldpv2_dot1_tree_node_lldpV2RemTimeMark,
     &lldpv2_dot1_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1933,7 +1933,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemTimeMark = {
     "lldpV2RemTimeMark", MIB_KIND_COLUMN, &kSyntax[54],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemLocalIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
     &lldpv2_dot1_tree_node_lldpV2RemLocalIfIndex,
     0, nullptr, nullptr};
 
@@ -1942,7 +1942,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemLocalIfIndex = {
     "lldpV2RemLocalIfIndex", MIB_KIND_COLUMN, &kSyntax[55],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemLocalDestMACAddress,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
     &lldpv2_dot1_tree_node_lldpV2RemLocalDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1951,7 +1951,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemLocalDestMACAddress = {
     "lldpV2RemLocalDestMACAddress", MIB_KIND_COLUMN, &kSyntax[56],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemIndex,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
     &lldpv2_dot1_tree_node_lldpV2RemIndex,
     0, nullptr, nullptr};
 
@@ -1960,7 +1960,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemIndex = {
     "lldpV2RemIndex", MIB_KIND_COLUMN, &kSyntax[57],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemChassisIdSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
     &lldpv2_dot1_tree_node_lldpV2RemChassisIdSubtype,
     0, nullptr, nullptr};
 
@@ -1969,7 +1969,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemChassisIdSubtype = {
     "lldpV2RemChassisIdSubtype", MIB_KIND_COLUMN, &kSyntax[58],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemChassisId,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
     &lldpv2_dot1_tree_node_lldpV2RemChassisId,
     0, nullptr, nullptr};
 
@@ -1978,7 +1978,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemChassisId = {
     "lldpV2RemChassisId", MIB_KIND_COLUMN, &kSyntax[59],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemPortIdSubtype,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
     &lldpv2_dot1_tree_node_lldpV2RemPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1987,7 +1987,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemPortIdSubtype = {
     "lldpV2RemPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[60],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemPortId,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
     &lldpv2_dot1_tree_node_lldpV2RemPortId,
     0, nullptr, nullptr};
 
@@ -1996,7 +1996,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemPortId = {
     "lldpV2RemPortId", MIB_KIND_COLUMN, &kSyntax[61],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemPortDesc,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
     &lldpv2_dot1_tree_node_lldpV2RemPortDesc,
     0, nullptr, nullptr};
 
@@ -2005,7 +2005,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemPortDesc = {
     "lldpV2RemPortDesc", MIB_KIND_COLUMN, &kSyntax[62],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemSysName,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
     &lldpv2_dot1_tree_node_lldpV2RemSysName,
     0, nullptr, nullptr};
 
@@ -2014,7 +2014,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemSysName = {
     "lldpV2RemSysName", MIB_KIND_COLUMN, &kSyntax[63],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemSysDesc,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
     &lldpv2_dot1_tree_node_lldpV2RemSysDesc,
     0, nullptr, nullptr};
 
@@ -2023,7 +2023,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemSysDesc = {
     "lldpV2RemSysDesc", MIB_KIND_COLUMN, &kSyntax[64],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemSysCapSupported,
-    0, 11, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
+    0, 11, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
     &lldpv2_dot1_tree_node_lldpV2RemSysCapSupported,
     0, nullptr, nullptr};
 
@@ -2032,7 +2032,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemSysCapSupported = {
     "lldpV2RemSysCapSupported", MIB_KIND_COLUMN, &kSyntax[65],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemSysCapEnabled,
-    0, 12, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
+    0, 12, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
     &lldpv2_dot1_tree_node_lldpV2RemSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -2041,7 +2041,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemSysCapEnabled = {
     "lldpV2RemSysCapEnabled", MIB_KIND_COLUMN, &kSyntax[66],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemRemoteChanges,
-    0, 13, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
+    0, 13, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
     &lldpv2_dot1_tree_node_lldpV2RemRemoteChanges,
     0, nullptr, nullptr};
 
@@ -2050,7 +2050,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemRemoteChanges = {
     "lldpV2RemRemoteChanges", MIB_KIND_COLUMN, &kSyntax[67],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemTooManyNeighbors,
-    0, 14, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
+    0, 14, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
     &lldpv2_dot1_tree_node_lldpV2RemTooManyNeighbors,
     0, nullptr, nullptr};
 
@@ -2059,7 +2059,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemTooManyNeighbors = {
     "lldpV2RemTooManyNeighbors", MIB_KIND_COLUMN, &kSyntax[68],
     &lldpv2_dot1_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrSubtype,
-    0, 15, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
+    0, 15, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2068,7 +2068,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrTable = {
     "lldpV2RemManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVTable,
     0, nullptr, nullptr};
 
@@ -2077,7 +2077,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrEntry = {
     "lldpV2RemManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrTable, &lldpv2_dot1_tree_node_lldpV2RemManAddrSubtype,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2086,7 +2086,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrSubtype = {
     "lldpV2RemManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[69],
     &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
     &lldpv2_dot1_tree_node_lldpV2RemManAddr,
     0, nullptr, nullptr};
 
@@ -2095,7 +2095,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddr = {
     "lldpV2RemManAddr", MIB_KIND_COLUMN, &kSyntax[70],
     &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrIfSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -2104,7 +2104,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrIfSubtype = {
     "lldpV2RemManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[71],
     &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrIfId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrIfId,
     0, nullptr, nullptr};
 
@@ -2113,7 +2113,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrIfId = {
     "lldpV2RemManAddrIfId", MIB_KIND_COLUMN, &kSyntax[72],
     &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrOID,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
     &lldpv2_dot1_tree_node_lldpV2RemManAddrOID,
     0, nullptr, nullptr};
 
@@ -2122,7 +2122,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemManAddrOID = {
     "lldpV2RemManAddrOID", MIB_KIND_COLUMN, &kSyntax[73],
     &lldpv2_dot1_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVType,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2131,7 +2131,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemUnknownTLVTable = {
     "lldpV2RemUnknownTLVTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVEntry,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVType,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoTable,
     0, nullptr, nullptr};
 
@@ -2140,7 +2140,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemUnknownTLVEntry = {
     "lldpV2RemUnknownTLVEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVTable, &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVType,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVType,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2149,7 +2149,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemUnknownTLVType = {
     "lldpV2RemUnknownTLVType", MIB_KIND_COLUMN, &kSyntax[74],
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVInfo,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVInfo,
     0, nullptr, nullptr};
 
@@ -2158,7 +2158,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemUnknownTLVInfo = {
     "lldpV2RemUnknownTLVInfo", MIB_KIND_COLUMN, &kSyntax[75],
     &lldpv2_dot1_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2167,7 +2167,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoTable = {
     "lldpV2RemOrgDefInfoTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2176,7 +2176,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry = {
     "lldpV2RemOrgDefInfoEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoTable, &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoOUI,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2185,7 +2185,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoOUI = {
     "lldpV2RemOrgDefInfoOUI", MIB_KIND_COLUMN, &kSyntax[76],
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoSubtype,
     0, nullptr, nullptr};
 
@@ -2194,7 +2194,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoSubtype = {
     "lldpV2RemOrgDefInfoSubtype", MIB_KIND_COLUMN, &kSyntax[77],
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoIndex,
     0, nullptr, nullptr};
 
@@ -2203,7 +2203,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoIndex = {
     "lldpV2RemOrgDefInfoIndex", MIB_KIND_COLUMN, &kSyntax[78],
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfo,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfo,
     0, nullptr, nullptr};
 
@@ -2212,7 +2212,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2RemOrgDefInfo = {
     "lldpV2RemOrgDefInfo", MIB_KIND_COLUMN, &kSyntax[79],
     &lldpv2_dot1_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2221,7 +2221,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Extensions = {
     "lldpV2Extensions", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Objects, &lldpv2_dot1_tree_node_lldpV2Xdot1MIB,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2230,7 +2230,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1MIB = {
     "lldpV2Xdot1MIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Extensions, &lldpv2_dot1_tree_node_lldpV2Xdot1Objects,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 32962, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 32962, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2239,7 +2239,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1Objects = {
     "lldpV2Xdot1Objects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpV2Xdot1Config,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Conformance,
     0, nullptr, nullptr};
 
@@ -2248,7 +2248,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1Config = {
     "lldpV2Xdot1Config", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Objects, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData,
     0, nullptr, nullptr};
 
@@ -2257,7 +2257,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTable = {
     "lldpV2Xdot1ConfigPortVlanTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTable,
     0, nullptr, nullptr};
 
@@ -2266,7 +2266,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanEntry = {
     "lldpV2Xdot1ConfigPortVlanEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[12], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[12], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2275,7 +2275,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanTxEnable = {
     "lldpV2Xdot1ConfigPortVlanTxEnable", MIB_KIND_COLUMN, &kSyntax[80],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigPortVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[12], 0x02321501u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[12], 0x02321501u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2284,7 +2284,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTable = {
     "lldpV2Xdot1ConfigVlanNameTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTxEnable,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTable,
     0, nullptr, nullptr};
 
@@ -2293,7 +2293,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameEntry = {
     "lldpV2Xdot1ConfigVlanNameEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[13], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[13], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2302,7 +2302,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameTxEnable = {
     "lldpV2Xdot1ConfigVlanNameTxEnable", MIB_KIND_COLUMN, &kSyntax[81],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVlanNameEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[13], 0x02321601u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[13], 0x02321601u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2311,7 +2311,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTable = {
     "lldpV2Xdot1ConfigProtoVlanTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTxEnable,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTable,
     0, nullptr, nullptr};
 
@@ -2320,7 +2320,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanEntry = {
     "lldpV2Xdot1ConfigProtoVlanEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[14], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[14], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2329,7 +2329,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanTxEnable = {
     "lldpV2Xdot1ConfigProtoVlanTxEnable", MIB_KIND_COLUMN, &kSyntax[82],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[14], 0x02321701u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[14], 0x02321701u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2338,7 +2338,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTable = {
     "lldpV2Xdot1ConfigProtocolTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTable,
     0, nullptr, nullptr};
 
@@ -2347,7 +2347,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolEntry = {
     "lldpV2Xdot1ConfigProtocolEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[15], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[15], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2356,7 +2356,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolTxEnable = {
     "lldpV2Xdot1ConfigProtocolTxEnable", MIB_KIND_COLUMN, &kSyntax[83],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigProtocolEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[15], 0x02321801u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[15], 0x02321801u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2365,7 +2365,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTable = {
     "lldpV2Xdot1ConfigVidUsageDigestTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTxEnable,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTable,
     0, nullptr, nullptr};
 
@@ -2374,7 +2374,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestEntry = {
     "lldpV2Xdot1ConfigVidUsageDigestEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[16], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[16], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2383,7 +2383,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestTxEnable =
     "lldpV2Xdot1ConfigVidUsageDigestTxEnable", MIB_KIND_COLUMN, &kSyntax[84],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigVidUsageDigestEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[16], 0x02321901u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[16], 0x02321901u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2392,7 +2392,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTable = {
     "lldpV2Xdot1ConfigManVidTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Config, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTxEnable,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2401,7 +2401,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidEntry = {
     "lldpV2Xdot1ConfigManVidEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTable, &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTxEnable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[17], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[17], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2410,7 +2410,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidTxEnable = {
     "lldpV2Xdot1ConfigManVidTxEnable", MIB_KIND_COLUMN, &kSyntax[85],
     &lldpv2_dot1_tree_node_lldpV2Xdot1ConfigManVidEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[17], 0x02321A01u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[17], 0x02321A01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2419,7 +2419,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocalData = {
     "lldpV2Xdot1LocalData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Objects, &lldpv2_dot1_tree_node_lldpV2Xdot1LocTable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData,
     0, nullptr, nullptr};
 
@@ -2428,7 +2428,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocTable = {
     "lldpV2Xdot1LocTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanTable,
     0, nullptr, nullptr};
 
@@ -2437,7 +2437,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocEntry = {
     "lldpV2Xdot1LocEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[18], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[18], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2446,7 +2446,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocPortVlanId = {
     "lldpV2Xdot1LocPortVlanId", MIB_KIND_COLUMN, &kSyntax[86],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[18], 0x02321B01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[18], 0x02321B01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2455,7 +2455,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanTable = {
     "lldpV2Xdot1LocProtoVlanTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameTable,
     0, nullptr, nullptr};
 
@@ -2464,7 +2464,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEntry = {
     "lldpV2Xdot1LocProtoVlanEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[19], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[19], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2473,7 +2473,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanId = {
     "lldpV2Xdot1LocProtoVlanId", MIB_KIND_COLUMN, &kSyntax[87],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[19], 0x02321C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[19], 0x02321C01u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanSupported,
     0, nullptr, nullptr};
 
@@ -2482,7 +2482,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanSupported = {
     "lldpV2Xdot1LocProtoVlanSupported", MIB_KIND_COLUMN, &kSyntax[88],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEnabled,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[19], 0x02321C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[19], 0x02321C02u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEnabled,
     0, nullptr, nullptr};
 
@@ -2491,7 +2491,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEnabled = {
     "lldpV2Xdot1LocProtoVlanEnabled", MIB_KIND_COLUMN, &kSyntax[89],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[19], 0x02321C03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[19], 0x02321C03u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2500,7 +2500,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameTable = {
     "lldpV2Xdot1LocVlanNameTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolTable,
     0, nullptr, nullptr};
 
@@ -2509,7 +2509,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameEntry = {
     "lldpV2Xdot1LocVlanNameEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[20], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[20], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2518,7 +2518,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanId = {
     "lldpV2Xdot1LocVlanId", MIB_KIND_COLUMN, &kSyntax[90],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanName,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[20], 0x02321D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[20], 0x02321D01u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanName,
     0, nullptr, nullptr};
 
@@ -2527,7 +2527,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanName = {
     "lldpV2Xdot1LocVlanName", MIB_KIND_COLUMN, &kSyntax[91],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVlanNameEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[20], 0x02321D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[20], 0x02321D02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2536,7 +2536,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolTable = {
     "lldpV2Xdot1LocProtocolTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolIndex,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestTable,
     0, nullptr, nullptr};
 
@@ -2545,7 +2545,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolEntry = {
     "lldpV2Xdot1LocProtocolEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolIndex,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[21], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[21], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2554,7 +2554,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolIndex = {
     "lldpV2Xdot1LocProtocolIndex", MIB_KIND_COLUMN, &kSyntax[92],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[21], 0x02321E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[21], 0x02321E01u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolId,
     0, nullptr, nullptr};
 
@@ -2563,7 +2563,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolId = {
     "lldpV2Xdot1LocProtocolId", MIB_KIND_COLUMN, &kSyntax[93],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocProtocolEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigest,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[21], 0x02321E02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[21], 0x02321E02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2572,7 +2572,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestTable = {
     "lldpV2Xdot1LocVidUsageDigestTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigest,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidTable,
     0, nullptr, nullptr};
 
@@ -2581,7 +2581,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestEntry = {
     "lldpV2Xdot1LocVidUsageDigestEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigest,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigest,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[22], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[22], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2590,7 +2590,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigest = {
     "lldpV2Xdot1LocVidUsageDigest", MIB_KIND_COLUMN, &kSyntax[94],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocVidUsageDigestEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVid,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[22], 0x02321F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[22], 0x02321F01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2599,7 +2599,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidTable = {
     "lldpV2Xdot1LocManVidTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVid,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggTable,
     0, nullptr, nullptr};
 
@@ -2608,7 +2608,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidEntry = {
     "lldpV2Xdot1LocManVidEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVid,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVid,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[23], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[23], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2617,7 +2617,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocManVid = {
     "lldpV2Xdot1LocManVid", MIB_KIND_COLUMN, &kSyntax[95],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocManVidEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggStatus,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[23], 0x02322001u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[23], 0x02322001u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2626,7 +2626,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggTable = {
     "lldpV2Xdot1LocLinkAggTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggStatus,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2635,7 +2635,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggEntry = {
     "lldpV2Xdot1LocLinkAggEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggStatus,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggStatus,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[24], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[24], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2644,7 +2644,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggStatus = {
     "lldpV2Xdot1LocLinkAggStatus", MIB_KIND_COLUMN, &kSyntax[96],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggPortId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[24], 0x02322101u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[24], 0x02322101u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggPortId,
     0, nullptr, nullptr};
 
@@ -2653,7 +2653,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggPortId = {
     "lldpV2Xdot1LocLinkAggPortId", MIB_KIND_COLUMN, &kSyntax[97],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocLinkAggEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[24], 0x02322102u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[24], 0x02322102u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2662,7 +2662,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData = {
     "lldpV2Xdot1RemoteData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Objects, &lldpv2_dot1_tree_node_lldpV2Xdot1RemTable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2671,7 +2671,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemTable = {
     "lldpV2Xdot1RemTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanTable,
     0, nullptr, nullptr};
 
@@ -2680,7 +2680,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemEntry = {
     "lldpV2Xdot1RemEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[25], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[25], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2689,7 +2689,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemPortVlanId = {
     "lldpV2Xdot1RemPortVlanId", MIB_KIND_COLUMN, &kSyntax[98],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[25], 0x02322201u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[25], 0x02322201u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2698,7 +2698,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanTable = {
     "lldpV2Xdot1RemProtoVlanTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameTable,
     0, nullptr, nullptr};
 
@@ -2707,7 +2707,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEntry = {
     "lldpV2Xdot1RemProtoVlanEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[26], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[26], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2716,7 +2716,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanId = {
     "lldpV2Xdot1RemProtoVlanId", MIB_KIND_COLUMN, &kSyntax[99],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[26], 0x02322301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[26], 0x02322301u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanSupported,
     0, nullptr, nullptr};
 
@@ -2725,7 +2725,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanSupported = {
     "lldpV2Xdot1RemProtoVlanSupported", MIB_KIND_COLUMN, &kSyntax[100],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEnabled,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[26], 0x02322302u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[26], 0x02322302u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEnabled,
     0, nullptr, nullptr};
 
@@ -2734,7 +2734,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEnabled = {
     "lldpV2Xdot1RemProtoVlanEnabled", MIB_KIND_COLUMN, &kSyntax[101],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtoVlanEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[26], 0x02322303u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[26], 0x02322303u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2743,7 +2743,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameTable = {
     "lldpV2Xdot1RemVlanNameTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolTable,
     0, nullptr, nullptr};
 
@@ -2752,7 +2752,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameEntry = {
     "lldpV2Xdot1RemVlanNameEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanId,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[27], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[27], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2761,7 +2761,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanId = {
     "lldpV2Xdot1RemVlanId", MIB_KIND_COLUMN, &kSyntax[102],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanName,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[27], 0x02322401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[27], 0x02322401u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanName,
     0, nullptr, nullptr};
 
@@ -2770,7 +2770,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanName = {
     "lldpV2Xdot1RemVlanName", MIB_KIND_COLUMN, &kSyntax[103],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVlanNameEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[27], 0x02322402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[27], 0x02322402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2779,7 +2779,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolTable = {
     "lldpV2Xdot1RemProtocolTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolIndex,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestTable,
     0, nullptr, nullptr};
 
@@ -2788,7 +2788,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolEntry = {
     "lldpV2Xdot1RemProtocolEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolIndex,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[28], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[28], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2797,7 +2797,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolIndex = {
     "lldpV2Xdot1RemProtocolIndex", MIB_KIND_COLUMN, &kSyntax[104],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[28], 0x02322501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[28], 0x02322501u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolId,
     0, nullptr, nullptr};
 
@@ -2806,7 +2806,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolId = {
     "lldpV2Xdot1RemProtocolId", MIB_KIND_COLUMN, &kSyntax[105],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemProtocolEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigest,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[28], 0x02322502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[28], 0x02322502u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2815,7 +2815,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestTable = {
     "lldpV2Xdot1RemVidUsageDigestTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigest,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidTable,
     0, nullptr, nullptr};
 
@@ -2824,7 +2824,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestEntry = {
     "lldpV2Xdot1RemVidUsageDigestEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigest,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigest,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[29], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[29], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2833,7 +2833,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigest = {
     "lldpV2Xdot1RemVidUsageDigest", MIB_KIND_COLUMN, &kSyntax[106],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemVidUsageDigestEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVid,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[29], 0x02322601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[29], 0x02322601u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2842,7 +2842,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidTable = {
     "lldpV2Xdot1RemManVidTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVid,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggTable,
     0, nullptr, nullptr};
 
@@ -2851,7 +2851,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidEntry = {
     "lldpV2Xdot1RemManVidEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVid,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVid,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[30], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[30], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2860,7 +2860,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemManVid = {
     "lldpV2Xdot1RemManVid", MIB_KIND_COLUMN, &kSyntax[107],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemManVidEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggStatus,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[30], 0x02322701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[30], 0x02322701u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2869,7 +2869,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggTable = {
     "lldpV2Xdot1RemLinkAggTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggStatus,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2878,7 +2878,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggEntry = {
     "lldpV2Xdot1RemLinkAggEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggStatus,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggStatus,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[31], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[31], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2887,7 +2887,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggStatus = {
     "lldpV2Xdot1RemLinkAggStatus", MIB_KIND_COLUMN, &kSyntax[108],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggPortId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[31], 0x02322801u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[31], 0x02322801u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggPortId,
     0, nullptr, nullptr};
 
@@ -2896,7 +2896,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggPortId = {
     "lldpV2Xdot1RemLinkAggPortId", MIB_KIND_COLUMN, &kSyntax[109],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemLinkAggEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[31], 0x02322802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[31], 0x02322802u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2905,7 +2905,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1Conformance = {
     "lldpV2Xdot1Conformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpV2Xdot1Compliances,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1CnMIB,
     0, nullptr, nullptr};
 
@@ -2914,7 +2914,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1Compliances = {
     "lldpV2Xdot1Compliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Conformance, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Groups,
     0, nullptr, nullptr};
 
@@ -2923,7 +2923,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1Groups = {
     "lldpV2Xdot1Groups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1Conformance, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2932,7 +2932,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnMIB = {
     "lldpXdot1CnMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpXdot1CnObjects,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1CnConformance,
     0, nullptr, nullptr};
 
@@ -2941,7 +2941,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnObjects = {
     "lldpXdot1CnObjects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnMIB, &lldpv2_dot1_tree_node_lldpXdot1CnConfig,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2950,7 +2950,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnConfig = {
     "lldpXdot1CnConfig", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnObjects, &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTable,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1CnLocalData,
     0, nullptr, nullptr};
 
@@ -2959,7 +2959,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTable = {
     "lldpXdot1CnConfigCnTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfig, &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnEntry,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2968,7 +2968,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnConfigCnEntry = {
     "lldpXdot1CnConfigCnEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTable, &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[32], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[32], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2977,7 +2977,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnConfigCnTxEnable = {
     "lldpXdot1CnConfigCnTxEnable", MIB_KIND_COLUMN, &kSyntax[110],
     &lldpv2_dot1_tree_node_lldpXdot1CnConfigCnEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[32], 0x00000000u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[32], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2986,7 +2986,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnLocalData = {
     "lldpXdot1CnLocalData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnObjects, &lldpv2_dot1_tree_node_lldpV2Xdot1LocCnTable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1CnRemoteData,
     0, nullptr, nullptr};
 
@@ -2995,7 +2995,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocCnTable = {
     "lldpV2Xdot1LocCnTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnLocalData, &lldpv2_dot1_tree_node_lldpV2Xdot1LocCnEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3004,7 +3004,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocCnEntry = {
     "lldpV2Xdot1LocCnEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCnTable, &lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[33], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[33], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3013,7 +3013,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocCNPVIndicators = {
     "lldpV2Xdot1LocCNPVIndicators", MIB_KIND_COLUMN, &kSyntax[111],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCnEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocReadyIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[33], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[33], 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocReadyIndicators,
     0, nullptr, nullptr};
 
@@ -3022,7 +3022,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1LocReadyIndicators = {
     "lldpV2Xdot1LocReadyIndicators", MIB_KIND_COLUMN, &kSyntax[112],
     &lldpv2_dot1_tree_node_lldpV2Xdot1LocCnEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[33], 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[33], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3031,7 +3031,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnRemoteData = {
     "lldpXdot1CnRemoteData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnObjects, &lldpv2_dot1_tree_node_lldpV2Xdot1RemCnTable,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3040,7 +3040,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemCnTable = {
     "lldpV2Xdot1RemCnTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnRemoteData, &lldpv2_dot1_tree_node_lldpV2Xdot1RemCnEntry,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3049,7 +3049,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemCnEntry = {
     "lldpV2Xdot1RemCnEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCnTable, &lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[34], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[34], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3058,7 +3058,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemCNPVIndicators = {
     "lldpV2Xdot1RemCNPVIndicators", MIB_KIND_COLUMN, &kSyntax[113],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCnEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemReadyIndicators,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[34], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[34], 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemReadyIndicators,
     0, nullptr, nullptr};
 
@@ -3067,7 +3067,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Xdot1RemReadyIndicators = {
     "lldpV2Xdot1RemReadyIndicators", MIB_KIND_COLUMN, &kSyntax[114],
     &lldpv2_dot1_tree_node_lldpV2Xdot1RemCnEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[34], 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[34], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3076,7 +3076,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnConformance = {
     "lldpXdot1CnConformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpXdot1CnCompliances,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 4, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxMIB,
     0, nullptr, nullptr};
 
@@ -3085,7 +3085,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnCompliances = {
     "lldpXdot1CnCompliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConformance, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1CnGroups,
     0, nullptr, nullptr};
 
@@ -3094,7 +3094,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1CnGroups = {
     "lldpXdot1CnGroups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1CnConformance, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3103,7 +3103,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxMIB = {
     "lldpXdot1dcbxMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpXdot1dcbxObjects,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConformance,
     0, nullptr, nullptr};
 
@@ -3112,7 +3112,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxObjects = {
     "lldpXdot1dcbxObjects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxMIB, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfig,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3121,7 +3121,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfig = {
     "lldpXdot1dcbxConfig", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxObjects, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData,
     0, nullptr, nullptr};
 
@@ -3130,7 +3130,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTable 
     "lldpXdot1dcbxConfigETSConfigurationTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfig, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTable,
     0, nullptr, nullptr};
 
@@ -3139,7 +3139,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationEntry 
     "lldpXdot1dcbxConfigETSConfigurationEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[35], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[35], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3148,7 +3148,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationTxEnab
     "lldpXdot1dcbxConfigETSConfigurationTxEnable", MIB_KIND_COLUMN, &kSyntax[115],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[35], 0x02322C01u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[35], 0x02322C01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3157,7 +3157,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTable
     "lldpXdot1dcbxConfigETSRecommendationTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfig, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTxEnable,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTable,
     0, nullptr, nullptr};
 
@@ -3166,7 +3166,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationEntry
     "lldpXdot1dcbxConfigETSRecommendationEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTxEnable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[36], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[36], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3175,7 +3175,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationTxEna
     "lldpXdot1dcbxConfigETSRecommendationTxEnable", MIB_KIND_COLUMN, &kSyntax[116],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigETSRecommendationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[36], 0x02322D01u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[36], 0x02322D01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3184,7 +3184,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTable = {
     "lldpXdot1dcbxConfigPFCTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfig, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTxEnable,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTable,
     0, nullptr, nullptr};
 
@@ -3193,7 +3193,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCEntry = {
     "lldpXdot1dcbxConfigPFCEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTxEnable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[37], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[37], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3202,7 +3202,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCTxEnable = {
     "lldpXdot1dcbxConfigPFCTxEnable", MIB_KIND_COLUMN, &kSyntax[117],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigPFCEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTxEnable,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[37], 0x02322E01u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[37], 0x02322E01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3211,7 +3211,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTab
     "lldpXdot1dcbxConfigApplicationPriorityTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfig, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3220,7 +3220,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityEnt
     "lldpXdot1dcbxConfigApplicationPriorityEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTxEnable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[38], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[38], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3229,7 +3229,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityTxE
     "lldpXdot1dcbxConfigApplicationPriorityTxEnable", MIB_KIND_COLUMN, &kSyntax[118],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConfigApplicationPriorityEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[38], 0x02322F01u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[38], 0x02322F01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3238,7 +3238,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData = {
     "lldpXdot1dcbxLocalData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxObjects, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData,
     0, nullptr, nullptr};
 
@@ -3247,7 +3247,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration = {
     "lldpXdot1dcbxLocETSConfiguration", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSReco,
     0, nullptr, nullptr};
 
@@ -3256,7 +3256,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationTabl
     "lldpXdot1dcbxLocETSBasicConfigurationTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentTable,
     0, nullptr, nullptr};
 
@@ -3265,7 +3265,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationEntr
     "lldpXdot1dcbxLocETSBasicConfigurationEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[39], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[39], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3274,7 +3274,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConCreditBasedShaperSu
     "lldpXdot1dcbxLocETSConCreditBasedShaperSupport", MIB_KIND_COLUMN, &kSyntax[119],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassesSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323001u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323001u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassesSupported,
     0, nullptr, nullptr};
 
@@ -3283,7 +3283,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassesSuppo
     "lldpXdot1dcbxLocETSConTrafficClassesSupported", MIB_KIND_COLUMN, &kSyntax[120],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323002u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323002u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConWilling,
     0, nullptr, nullptr};
 
@@ -3292,7 +3292,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConWilling = {
     "lldpXdot1dcbxLocETSConWilling", MIB_KIND_COLUMN, &kSyntax[121],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriority,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323003u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[39], 0x02323003u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3301,7 +3301,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentT
     "lldpXdot1dcbxLocETSConPriorityAssignmentTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidthTable,
     0, nullptr, nullptr};
 
@@ -3310,7 +3310,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentE
     "lldpXdot1dcbxLocETSConPriorityAssignmentEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[40], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[40], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3319,7 +3319,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriority = {
     "lldpXdot1dcbxLocETSConPriority", MIB_KIND_COLUMN, &kSyntax[122],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[40], 0x02323101u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[40], 0x02323101u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriTrafficClass,
     0, nullptr, nullptr};
 
@@ -3328,7 +3328,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriTrafficClass = {
     "lldpXdot1dcbxLocETSConPriTrafficClass", MIB_KIND_COLUMN, &kSyntax[123],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[40], 0x02323102u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[40], 0x02323102u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3337,7 +3337,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwid
     "lldpXdot1dcbxLocETSConTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClass,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -3346,7 +3346,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwid
     "lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[41], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[41], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3355,7 +3355,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClass = {
     "lldpXdot1dcbxLocETSConTrafficClass", MIB_KIND_COLUMN, &kSyntax[124],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[41], 0x02323201u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[41], 0x02323201u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -3364,7 +3364,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwid
     "lldpXdot1dcbxLocETSConTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[125],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[41], 0x02323202u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[41], 0x02323202u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3373,7 +3373,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlg
     "lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTSATrafficClass,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3382,7 +3382,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlg
     "lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[42], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[42], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3391,7 +3391,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTSATrafficClass = {
     "lldpXdot1dcbxLocETSConTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[126],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[42], 0x02323301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[42], 0x02323301u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -3400,7 +3400,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlg
     "lldpXdot1dcbxLocETSConTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[127],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[42], 0x02323302u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[42], 0x02323302u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3409,7 +3409,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSReco = {
     "lldpXdot1dcbxLocETSReco", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidthTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFC,
     0, nullptr, nullptr};
 
@@ -3418,7 +3418,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwi
     "lldpXdot1dcbxLocETSRecoTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -3427,7 +3427,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwi
     "lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[43], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[43], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3436,7 +3436,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClass = {
     "lldpXdot1dcbxLocETSRecoTrafficClass", MIB_KIND_COLUMN, &kSyntax[128],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[43], 0x02323401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[43], 0x02323401u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -3445,7 +3445,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwi
     "lldpXdot1dcbxLocETSRecoTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[129],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[43], 0x02323402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[43], 0x02323402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3454,7 +3454,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAl
     "lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3463,7 +3463,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAl
     "lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[44], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[44], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3472,7 +3472,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTSATrafficClass = 
     "lldpXdot1dcbxLocETSRecoTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[130],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[44], 0x02323501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[44], 0x02323501u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -3481,7 +3481,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAl
     "lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[131],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[44], 0x02323502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[44], 0x02323502u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3490,7 +3490,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFC = {
     "lldpXdot1dcbxLocPFC", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppTable,
     0, nullptr, nullptr};
 
@@ -3499,7 +3499,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicTable = {
     "lldpXdot1dcbxLocPFCBasicTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableTable,
     0, nullptr, nullptr};
 
@@ -3508,7 +3508,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicEntry = {
     "lldpXdot1dcbxLocPFCBasicEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[45], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[45], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3517,7 +3517,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCWilling = {
     "lldpXdot1dcbxLocPFCWilling", MIB_KIND_COLUMN, &kSyntax[132],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCMBC,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323601u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCMBC,
     0, nullptr, nullptr};
 
@@ -3526,7 +3526,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCMBC = {
     "lldpXdot1dcbxLocPFCMBC", MIB_KIND_COLUMN, &kSyntax[133],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCCap,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323602u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323602u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCCap,
     0, nullptr, nullptr};
 
@@ -3535,7 +3535,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCCap = {
     "lldpXdot1dcbxLocPFCCap", MIB_KIND_COLUMN, &kSyntax[134],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnablePriority,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323603u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[45], 0x02323603u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3544,7 +3544,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableTable = {
     "lldpXdot1dcbxLocPFCEnableTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnablePriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3553,7 +3553,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEntry = {
     "lldpXdot1dcbxLocPFCEnableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnablePriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnablePriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[46], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[46], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3562,7 +3562,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnablePriority = {
     "lldpXdot1dcbxLocPFCEnablePriority", MIB_KIND_COLUMN, &kSyntax[135],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEnabled,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[46], 0x02323701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[46], 0x02323701u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEnabled,
     0, nullptr, nullptr};
 
@@ -3571,7 +3571,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEnabled = {
     "lldpXdot1dcbxLocPFCEnableEnabled", MIB_KIND_COLUMN, &kSyntax[136],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAESelector,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[46], 0x02323702u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[46], 0x02323702u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3580,7 +3580,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppTab
     "lldpXdot1dcbxLocApplicationPriorityAppTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocalData, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAESelector,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3589,7 +3589,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppEnt
     "lldpXdot1dcbxLocApplicationPriorityAppEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAESelector,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAESelector,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3598,7 +3598,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAESele
     "lldpXdot1dcbxLocApplicationPriorityAESelector", MIB_KIND_COLUMN, &kSyntax[137],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEProtocol,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x02323801u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x02323801u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEProtocol,
     0, nullptr, nullptr};
 
@@ -3607,7 +3607,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEProt
     "lldpXdot1dcbxLocApplicationPriorityAEProtocol", MIB_KIND_COLUMN, &kSyntax[138],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x02323802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[47], 0x02323802u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEPriority,
     0, nullptr, nullptr};
 
@@ -3616,7 +3616,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAEPrio
     "lldpXdot1dcbxLocApplicationPriorityAEPriority", MIB_KIND_COLUMN, &kSyntax[139],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxLocApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[47], 0x02323803u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[47], 0x02323803u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3625,7 +3625,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData = {
     "lldpXdot1dcbxRemoteData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxObjects, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData,
     0, nullptr, nullptr};
 
@@ -3634,7 +3634,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration = {
     "lldpXdot1dcbxRemETSConfiguration", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSReco,
     0, nullptr, nullptr};
 
@@ -3643,7 +3643,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationTabl
     "lldpXdot1dcbxRemETSBasicConfigurationTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentTable,
     0, nullptr, nullptr};
 
@@ -3652,7 +3652,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationEntr
     "lldpXdot1dcbxRemETSBasicConfigurationEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[48], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[48], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3661,7 +3661,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConCreditBasedShaperSu
     "lldpXdot1dcbxRemETSConCreditBasedShaperSupport", MIB_KIND_COLUMN, &kSyntax[140],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassesSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323901u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323901u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassesSupported,
     0, nullptr, nullptr};
 
@@ -3670,7 +3670,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassesSuppo
     "lldpXdot1dcbxRemETSConTrafficClassesSupported", MIB_KIND_COLUMN, &kSyntax[141],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323902u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323902u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConWilling,
     0, nullptr, nullptr};
 
@@ -3679,7 +3679,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConWilling = {
     "lldpXdot1dcbxRemETSConWilling", MIB_KIND_COLUMN, &kSyntax[142],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriority,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323903u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[48], 0x02323903u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3688,7 +3688,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentT
     "lldpXdot1dcbxRemETSConPriorityAssignmentTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidthTable,
     0, nullptr, nullptr};
 
@@ -3697,7 +3697,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentE
     "lldpXdot1dcbxRemETSConPriorityAssignmentEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[49], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[49], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3706,7 +3706,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriority = {
     "lldpXdot1dcbxRemETSConPriority", MIB_KIND_COLUMN, &kSyntax[143],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[49], 0x02323A01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[49], 0x02323A01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriTrafficClass,
     0, nullptr, nullptr};
 
@@ -3715,7 +3715,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriTrafficClass = {
     "lldpXdot1dcbxRemETSConPriTrafficClass", MIB_KIND_COLUMN, &kSyntax[144],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[49], 0x02323A02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[49], 0x02323A02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3724,7 +3724,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwid
     "lldpXdot1dcbxRemETSConTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClass,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -3733,7 +3733,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwid
     "lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[50], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[50], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3742,7 +3742,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClass = {
     "lldpXdot1dcbxRemETSConTrafficClass", MIB_KIND_COLUMN, &kSyntax[145],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[50], 0x02323B01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[50], 0x02323B01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -3751,7 +3751,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwid
     "lldpXdot1dcbxRemETSConTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[146],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[50], 0x02323B02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[50], 0x02323B02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3760,7 +3760,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlg
     "lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTSATrafficClass,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3769,7 +3769,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlg
     "lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[51], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[51], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3778,7 +3778,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTSATrafficClass = {
     "lldpXdot1dcbxRemETSConTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[147],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[51], 0x02323C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[51], 0x02323C01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -3787,7 +3787,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlg
     "lldpXdot1dcbxRemETSConTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[148],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[51], 0x02323C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[51], 0x02323C02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3796,7 +3796,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSReco = {
     "lldpXdot1dcbxRemETSReco", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidthTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFC,
     0, nullptr, nullptr};
 
@@ -3805,7 +3805,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwi
     "lldpXdot1dcbxRemETSRecoTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -3814,7 +3814,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwi
     "lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[52], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[52], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3823,7 +3823,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClass = {
     "lldpXdot1dcbxRemETSRecoTrafficClass", MIB_KIND_COLUMN, &kSyntax[149],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[52], 0x02323D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[52], 0x02323D01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -3832,7 +3832,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwi
     "lldpXdot1dcbxRemETSRecoTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[150],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[52], 0x02323D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[52], 0x02323D02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3841,7 +3841,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAl
     "lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3850,7 +3850,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAl
     "lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[53], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[53], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3859,7 +3859,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTSATrafficClass = 
     "lldpXdot1dcbxRemETSRecoTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[151],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[53], 0x02323E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[53], 0x02323E01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -3868,7 +3868,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAl
     "lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[152],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[53], 0x02323E02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[53], 0x02323E02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3877,7 +3877,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFC = {
     "lldpXdot1dcbxRemPFC", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppTable,
     0, nullptr, nullptr};
 
@@ -3886,7 +3886,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicTable = {
     "lldpXdot1dcbxRemPFCBasicTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableTable,
     0, nullptr, nullptr};
 
@@ -3895,7 +3895,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicEntry = {
     "lldpXdot1dcbxRemPFCBasicEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[54], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[54], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3904,7 +3904,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCWilling = {
     "lldpXdot1dcbxRemPFCWilling", MIB_KIND_COLUMN, &kSyntax[153],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCMBC,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCMBC,
     0, nullptr, nullptr};
 
@@ -3913,7 +3913,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCMBC = {
     "lldpXdot1dcbxRemPFCMBC", MIB_KIND_COLUMN, &kSyntax[154],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCCap,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F02u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCCap,
     0, nullptr, nullptr};
 
@@ -3922,7 +3922,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCCap = {
     "lldpXdot1dcbxRemPFCCap", MIB_KIND_COLUMN, &kSyntax[155],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnablePriority,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[54], 0x02323F03u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3931,7 +3931,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableTable = {
     "lldpXdot1dcbxRemPFCEnableTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnablePriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3940,7 +3940,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEntry = {
     "lldpXdot1dcbxRemPFCEnableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnablePriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnablePriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[55], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[55], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3949,7 +3949,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnablePriority = {
     "lldpXdot1dcbxRemPFCEnablePriority", MIB_KIND_COLUMN, &kSyntax[156],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEnabled,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[55], 0x02324001u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[55], 0x02324001u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEnabled,
     0, nullptr, nullptr};
 
@@ -3958,7 +3958,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEnabled = {
     "lldpXdot1dcbxRemPFCEnableEnabled", MIB_KIND_COLUMN, &kSyntax[157],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAESelector,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[55], 0x02324002u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[55], 0x02324002u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3967,7 +3967,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppTab
     "lldpXdot1dcbxRemApplicationPriorityAppTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemoteData, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAESelector,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3976,7 +3976,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppEnt
     "lldpXdot1dcbxRemApplicationPriorityAppEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAESelector,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAESelector,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -3985,7 +3985,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAESele
     "lldpXdot1dcbxRemApplicationPriorityAESelector", MIB_KIND_COLUMN, &kSyntax[158],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEProtocol,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x02324101u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x02324101u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEProtocol,
     0, nullptr, nullptr};
 
@@ -3994,7 +3994,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEProt
     "lldpXdot1dcbxRemApplicationPriorityAEProtocol", MIB_KIND_COLUMN, &kSyntax[159],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x02324102u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[56], 0x02324102u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEPriority,
     0, nullptr, nullptr};
 
@@ -4003,7 +4003,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAEPrio
     "lldpXdot1dcbxRemApplicationPriorityAEPriority", MIB_KIND_COLUMN, &kSyntax[160],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxRemApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[56], 0x02324103u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[56], 0x02324103u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4012,7 +4012,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData = {
     "lldpXdot1dcbxAdminData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxObjects, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
-    0, 4, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4021,7 +4021,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration = {
     "lldpXdot1dcbxAdminETSConfiguration", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSReco,
     0, nullptr, nullptr};
 
@@ -4030,7 +4030,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationTa
     "lldpXdot1dcbxAdminETSBasicConfigurationTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmentTable,
     0, nullptr, nullptr};
 
@@ -4039,7 +4039,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationEn
     "lldpXdot1dcbxAdminETSBasicConfigurationEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaperSupport,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[57], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[57], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4048,7 +4048,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConCreditBasedShaper
     "lldpXdot1dcbxAdminETSConCreditBasedShaperSupport", MIB_KIND_COLUMN, &kSyntax[161],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassesSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[57], 0x02324201u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[57], 0x02324201u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassesSupported,
     0, nullptr, nullptr};
 
@@ -4057,7 +4057,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassesSup
     "lldpXdot1dcbxAdminETSConTrafficClassesSupported", MIB_KIND_COLUMN, &kSyntax[162],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[57], 0x02324202u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[57], 0x02324202u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConWilling,
     0, nullptr, nullptr};
 
@@ -4066,7 +4066,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConWilling = {
     "lldpXdot1dcbxAdminETSConWilling", MIB_KIND_COLUMN, &kSyntax[163],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSBasicConfigurationEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriority,
-    0, 3, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[57], 0x02324203u,
+    0, 3, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[57], 0x02324203u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4075,7 +4075,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmen
     "lldpXdot1dcbxAdminETSConPriorityAssignmentTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmentEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidthTable,
     0, nullptr, nullptr};
 
@@ -4084,7 +4084,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmen
     "lldpXdot1dcbxAdminETSConPriorityAssignmentEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmentTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[58], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[58], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4093,7 +4093,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriority = {
     "lldpXdot1dcbxAdminETSConPriority", MIB_KIND_COLUMN, &kSyntax[164],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[58], 0x02324301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[58], 0x02324301u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriTrafficClass,
     0, nullptr, nullptr};
 
@@ -4102,7 +4102,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriTrafficClass =
     "lldpXdot1dcbxAdminETSConPriTrafficClass", MIB_KIND_COLUMN, &kSyntax[165],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConPriorityAssignmentEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClass,
-    0, 2, "{ 0 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[58], 0x02324302u,
+    0, 2, "{ 0 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[58], 0x02324302u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4111,7 +4111,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandw
     "lldpXdot1dcbxAdminETSConTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClass,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -4120,7 +4120,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandw
     "lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[59], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[59], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4129,7 +4129,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClass = {
     "lldpXdot1dcbxAdminETSConTrafficClass", MIB_KIND_COLUMN, &kSyntax[166],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[59], 0x02324401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[59], 0x02324401u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -4138,7 +4138,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandw
     "lldpXdot1dcbxAdminETSConTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[167],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[59], 0x02324402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[59], 0x02324402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4147,7 +4147,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionA
     "lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConfiguration, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTSATrafficClass,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4156,7 +4156,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionA
     "lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[60], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[60], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4165,7 +4165,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTSATrafficClass =
     "lldpXdot1dcbxAdminETSConTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[168],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[60], 0x02324501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[60], 0x02324501u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -4174,7 +4174,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionA
     "lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[169],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[60], 0x02324502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[60], 0x02324502u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4183,7 +4183,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSReco = {
     "lldpXdot1dcbxAdminETSReco", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFC,
     0, nullptr, nullptr};
 
@@ -4192,7 +4192,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBand
     "lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmTable,
     0, nullptr, nullptr};
 
@@ -4201,7 +4201,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBand
     "lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[61], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[61], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4210,7 +4210,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClass = {
     "lldpXdot1dcbxAdminETSRecoTrafficClass", MIB_KIND_COLUMN, &kSyntax[170],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidth,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[61], 0x02324601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[61], 0x02324601u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidth,
     0, nullptr, nullptr};
 
@@ -4219,7 +4219,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBand
     "lldpXdot1dcbxAdminETSRecoTrafficClassBandwidth", MIB_KIND_COLUMN, &kSyntax[171],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[61], 0x02324602u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[61], 0x02324602u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4228,7 +4228,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelection
     "lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSReco, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTSATrafficClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4237,7 +4237,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelection
     "lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTSATrafficClass,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTSATrafficClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[62], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[62], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4246,7 +4246,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTSATrafficClass 
     "lldpXdot1dcbxAdminETSRecoTSATrafficClass", MIB_KIND_COLUMN, &kSyntax[172],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithm,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[62], 0x02324701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[62], 0x02324701u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithm,
     0, nullptr, nullptr};
 
@@ -4255,7 +4255,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelection
     "lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithm", MIB_KIND_COLUMN, &kSyntax[173],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[62], 0x02324702u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[62], 0x02324702u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4264,7 +4264,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFC = {
     "lldpXdot1dcbxAdminPFC", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicTable,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppTable,
     0, nullptr, nullptr};
 
@@ -4273,7 +4273,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicTable = {
     "lldpXdot1dcbxAdminPFCBasicTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableTable,
     0, nullptr, nullptr};
 
@@ -4282,7 +4282,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicEntry = {
     "lldpXdot1dcbxAdminPFCBasicEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[63], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[63], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4291,7 +4291,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCWilling = {
     "lldpXdot1dcbxAdminPFCWilling", MIB_KIND_COLUMN, &kSyntax[174],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCMBC,
-    0, 1, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[63], 0x02324801u,
+    0, 1, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[63], 0x02324801u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCMBC,
     0, nullptr, nullptr};
 
@@ -4300,7 +4300,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCMBC = {
     "lldpXdot1dcbxAdminPFCMBC", MIB_KIND_COLUMN, &kSyntax[175],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCCap,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[63], 0x02324802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[63], 0x02324802u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCCap,
     0, nullptr, nullptr};
 
@@ -4309,7 +4309,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCCap = {
     "lldpXdot1dcbxAdminPFCCap", MIB_KIND_COLUMN, &kSyntax[176],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCBasicEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnablePriority,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[63], 0x02324803u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[63], 0x02324803u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4318,7 +4318,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableTable = {
     "lldpXdot1dcbxAdminPFCEnableTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFC, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnablePriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4327,7 +4327,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEntry = {
     "lldpXdot1dcbxAdminPFCEnableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnablePriority,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnablePriority,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[64], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[64], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4336,7 +4336,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnablePriority = {
     "lldpXdot1dcbxAdminPFCEnablePriority", MIB_KIND_COLUMN, &kSyntax[177],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEnabled,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[64], 0x02324901u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[64], 0x02324901u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEnabled,
     0, nullptr, nullptr};
 
@@ -4345,7 +4345,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEnabled = {
     "lldpXdot1dcbxAdminPFCEnableEnabled", MIB_KIND_COLUMN, &kSyntax[178],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminPFCEnableEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAESelector,
-    0, 2, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[64], 0x02324902u,
+    0, 2, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[64], 0x02324902u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4354,7 +4354,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppT
     "lldpXdot1dcbxAdminApplicationPriorityAppTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminData, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppEntry,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAESelector,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4363,7 +4363,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppE
     "lldpXdot1dcbxAdminApplicationPriorityAppEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppTable, &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAESelector,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAESelector,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4372,7 +4372,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAESe
     "lldpXdot1dcbxAdminApplicationPriorityAESelector", MIB_KIND_COLUMN, &kSyntax[179],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEProtocol,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x02324A01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x02324A01u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEProtocol,
     0, nullptr, nullptr};
 
@@ -4381,7 +4381,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEPr
     "lldpXdot1dcbxAdminApplicationPriorityAEProtocol", MIB_KIND_COLUMN, &kSyntax[180],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppEntry, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEPriority,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x02324A02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[65], 0x02324A02u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEPriority,
     0, nullptr, nullptr};
 
@@ -4390,7 +4390,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAEPr
     "lldpXdot1dcbxAdminApplicationPriorityAEPriority", MIB_KIND_COLUMN, &kSyntax[181],
     &lldpv2_dot1_tree_node_lldpXdot1dcbxAdminApplicationPriorityAppEntry, nullptr,
     nullptr,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[65], 0x02324A03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[65], 0x02324A03u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4399,7 +4399,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxConformance = {
     "lldpXdot1dcbxConformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Xdot1MIB, &lldpv2_dot1_tree_node_lldpXdot1dcbxCompliances,
     nullptr,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4408,7 +4408,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxCompliances = {
     "lldpXdot1dcbxCompliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConformance, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxGroups,
     0, nullptr, nullptr};
 
@@ -4417,7 +4417,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpXdot1dcbxGroups = {
     "lldpXdot1dcbxGroups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpXdot1dcbxConformance, nullptr,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4426,7 +4426,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Conformance = {
     "lldpV2Conformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2MIB, &lldpv2_dot1_tree_node_lldpV2Compliances,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -4435,7 +4435,7 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Compliances = {
     "lldpV2Compliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot1_tree_node_lldpV2Groups,
     0, nullptr, nullptr};
 
@@ -4444,6 +4444,6 @@ const MIB_NODE_S lldpv2_dot1_tree_node_lldpV2Groups = {
     "lldpV2Groups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot1_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};

@@ -531,7 +531,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_iso = {
     "iso", MIB_KIND_BRANCH, nullptr,
     nullptr, &lldpv2_dot3_tree_node_org,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -540,7 +540,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_org = {
     "org", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_iso, &lldpv2_dot3_tree_node_dod,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -549,7 +549,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_dod = {
     "dod", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_org, &lldpv2_dot3_tree_node_internet,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_ieee,
     0, nullptr, nullptr};
 
@@ -558,7 +558,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_internet = {
     "internet", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_dod, &lldpv2_dot3_tree_node_mgmt,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -567,7 +567,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_mgmt = {
     "mgmt", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_internet, &lldpv2_dot3_tree_node_mib_2,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_snmpV2,
     0, nullptr, nullptr};
 
@@ -576,7 +576,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_mib_2 = {
     "mib-2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_mgmt, &lldpv2_dot3_tree_node_interfaces,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -585,7 +585,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_interfaces = {
     "interfaces", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_mib_2, &lldpv2_dot3_tree_node_ifTable,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -594,7 +594,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ifTable = {
     "ifTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_interfaces, &lldpv2_dot3_tree_node_ifEntry,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -603,7 +603,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ifEntry = {
     "ifEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_ifTable, &lldpv2_dot3_tree_node_ifIndex,
     &lldpv2_dot3_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -612,7 +612,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ifIndex = {
     "ifIndex", MIB_KIND_COLUMN, &kSyntax[0],
     &lldpv2_dot3_tree_node_ifEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -621,7 +621,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_snmpV2 = {
     "snmpV2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_internet, &lldpv2_dot3_tree_node_snmpModules,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -630,7 +630,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_snmpModules = {
     "snmpModules", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_snmpV2, &lldpv2_dot3_tree_node_snmpMIB,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -639,7 +639,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_snmpMIB = {
     "snmpMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_snmpModules, &lldpv2_dot3_tree_node_snmpMIBObjects,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -648,7 +648,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_snmpMIBObjects = {
     "snmpMIBObjects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_snmpMIB, &lldpv2_dot3_tree_node_snmpTraps,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -657,7 +657,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_snmpTraps = {
     "snmpTraps", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_snmpMIBObjects, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -666,7 +666,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ieee = {
     "ieee", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_org, &lldpv2_dot3_tree_node_standards_association_numbers_series_standards,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 111, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 111, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -675,7 +675,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_standards_association_numbers_series_stan
     "standards-association-numbers-series-standards", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_ieee, &lldpv2_dot3_tree_node_lan_man_stds,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -684,7 +684,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lan_man_stds = {
     "lan-man-stds", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_standards_association_numbers_series_standards, &lldpv2_dot3_tree_node_ieee802dot1,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 802, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 802, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -693,7 +693,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ieee802dot1 = {
     "ieee802dot1", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lan_man_stds, &lldpv2_dot3_tree_node_ieee802dot1mibs,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -702,7 +702,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_ieee802dot1mibs = {
     "ieee802dot1mibs", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_ieee802dot1, &lldpv2_dot3_tree_node_lldpV2TcMIB,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -711,7 +711,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2TcMIB = {
     "lldpV2TcMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_ieee802dot1mibs, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 12, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 12, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2MIB,
     0, nullptr, nullptr};
 
@@ -720,7 +720,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2MIB = {
     "lldpV2MIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_ieee802dot1mibs, &lldpv2_dot3_tree_node_lldpV2Notifications,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 13, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 13, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -729,7 +729,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Notifications = {
     "lldpV2Notifications", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MIB, &lldpv2_dot3_tree_node_lldpV2NotificationPrefix,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Objects,
     0, nullptr, nullptr};
 
@@ -738,7 +738,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2NotificationPrefix = {
     "lldpV2NotificationPrefix", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Notifications, &lldpv2_dot3_tree_node_lldpV2RemTablesChange,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -747,7 +747,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemTablesChange = {
     "lldpV2RemTablesChange", MIB_KIND_NOTIFICATION, nullptr,
     &lldpv2_dot3_tree_node_lldpV2NotificationPrefix, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     4, &kNotificationObjects[0], nullptr};
 
@@ -756,7 +756,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Objects = {
     "lldpV2Objects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MIB, &lldpv2_dot3_tree_node_lldpV2Configuration,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Conformance,
     0, nullptr, nullptr};
 
@@ -765,7 +765,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Configuration = {
     "lldpV2Configuration", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Objects, &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
     &lldpv2_dot3_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Statistics,
     0, nullptr, nullptr};
 
@@ -774,7 +774,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2MessageTxInterval = {
     "lldpV2MessageTxInterval", MIB_KIND_SCALAR, &kSyntax[1],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageTxHoldMultiplier,
-    0, 1, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
+    0, 1, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
     &lldpv2_dot3_tree_node_lldpV2MessageTxHoldMultiplier,
     0, nullptr, nullptr};
 
@@ -783,7 +783,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2MessageTxHoldMultiplier = {
     "lldpV2MessageTxHoldMultiplier", MIB_KIND_SCALAR, &kSyntax[2],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ReinitDelay,
-    0, 2, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
+    0, 2, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
     &lldpv2_dot3_tree_node_lldpV2ReinitDelay,
     0, nullptr, nullptr};
 
@@ -792,7 +792,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ReinitDelay = {
     "lldpV2ReinitDelay", MIB_KIND_SCALAR, &kSyntax[3],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2NotificationInterval,
-    0, 3, "{ 2 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
+    0, 3, "{ 2 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
     &lldpv2_dot3_tree_node_lldpV2NotificationInterval,
     0, nullptr, nullptr};
 
@@ -801,7 +801,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2NotificationInterval = {
     "lldpV2NotificationInterval", MIB_KIND_SCALAR, &kSyntax[4],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2TxCreditMax,
-    0, 4, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
+    0, 4, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
     &lldpv2_dot3_tree_node_lldpV2TxCreditMax,
     0, nullptr, nullptr};
 
@@ -810,7 +810,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2TxCreditMax = {
     "lldpV2TxCreditMax", MIB_KIND_SCALAR, &kSyntax[5],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MessageFastTx,
-    0, 5, "{ 5 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
+    0, 5, "{ 5 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
     &lldpv2_dot3_tree_node_lldpV2MessageFastTx,
     0, nullptr, nullptr};
 
@@ -819,7 +819,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2MessageFastTx = {
     "lldpV2MessageFastTx", MIB_KIND_SCALAR, &kSyntax[6],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2TxFastInit,
-    0, 6, "{ 1 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
+    0, 6, "{ 1 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
     &lldpv2_dot3_tree_node_lldpV2TxFastInit,
     0, nullptr, nullptr};
 
@@ -828,7 +828,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2TxFastInit = {
     "lldpV2TxFastInit", MIB_KIND_SCALAR, &kSyntax[7],
     &lldpv2_dot3_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigIfIndex,
-    0, 7, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
+    0, 7, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
     &lldpv2_dot3_tree_node_lldpV2PortConfigTable,
     0, nullptr, nullptr};
 
@@ -837,7 +837,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigTable = {
     "lldpV2PortConfigTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Configuration, &lldpv2_dot3_tree_node_lldpV2PortConfigEntry,
     &lldpv2_dot3_tree_node_lldpV2PortConfigIfIndex,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2DestAddressTable,
     0, nullptr, nullptr};
 
@@ -846,7 +846,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigEntry = {
     "lldpV2PortConfigEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigTable, &lldpv2_dot3_tree_node_lldpV2PortConfigIfIndex,
     &lldpv2_dot3_tree_node_lldpV2PortConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -855,7 +855,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigIfIndex = {
     "lldpV2PortConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[8],
     &lldpv2_dot3_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
     &lldpv2_dot3_tree_node_lldpV2PortConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -864,7 +864,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigDestAddressIndex = {
     "lldpV2PortConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[9],
     &lldpv2_dot3_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigAdminStatus,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
     &lldpv2_dot3_tree_node_lldpV2PortConfigAdminStatus,
     0, nullptr, nullptr};
 
@@ -873,7 +873,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigAdminStatus = {
     "lldpV2PortConfigAdminStatus", MIB_KIND_COLUMN, &kSyntax[10],
     &lldpv2_dot3_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigNotificationEnable,
-    0, 3, "{ txAndRx }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
+    0, 3, "{ txAndRx }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
     &lldpv2_dot3_tree_node_lldpV2PortConfigNotificationEnable,
     0, nullptr, nullptr};
 
@@ -882,7 +882,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigNotificationEnable = {
     "lldpV2PortConfigNotificationEnable", MIB_KIND_COLUMN, &kSyntax[11],
     &lldpv2_dot3_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2PortConfigTLVsTxEnable,
-    0, 4, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
+    0, 4, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
     &lldpv2_dot3_tree_node_lldpV2PortConfigTLVsTxEnable,
     0, nullptr, nullptr};
 
@@ -891,7 +891,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2PortConfigTLVsTxEnable = {
     "lldpV2PortConfigTLVsTxEnable", MIB_KIND_COLUMN, &kSyntax[12],
     &lldpv2_dot3_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2AddressTableIndex,
-    0, 5, "{ { } }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
+    0, 5, "{ { } }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -900,7 +900,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2DestAddressTable = {
     "lldpV2DestAddressTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Configuration, &lldpv2_dot3_tree_node_lldpV2DestAddressTableEntry,
     &lldpv2_dot3_tree_node_lldpV2AddressTableIndex,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsTable,
     0, nullptr, nullptr};
 
@@ -909,7 +909,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2DestAddressTableEntry = {
     "lldpV2DestAddressTableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2DestAddressTable, &lldpv2_dot3_tree_node_lldpV2AddressTableIndex,
     &lldpv2_dot3_tree_node_lldpV2AddressTableIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -918,7 +918,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2AddressTableIndex = {
     "lldpV2AddressTableIndex", MIB_KIND_COLUMN, &kSyntax[13],
     &lldpv2_dot3_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2DestMacAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
     &lldpv2_dot3_tree_node_lldpV2DestMacAddress,
     0, nullptr, nullptr};
 
@@ -927,7 +927,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2DestMacAddress = {
     "lldpV2DestMacAddress", MIB_KIND_COLUMN, &kSyntax[14],
     &lldpv2_dot3_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -936,7 +936,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsTable = {
     "lldpV2ManAddrConfigTxPortsTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Configuration, &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -945,7 +945,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry = {
     "lldpV2ManAddrConfigTxPortsEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsTable, &lldpv2_dot3_tree_node_lldpV2ManAddrConfigIfIndex,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -954,7 +954,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigIfIndex = {
     "lldpV2ManAddrConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[15],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -963,7 +963,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigDestAddressIndex = {
     "lldpV2ManAddrConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[16],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
     0, nullptr, nullptr};
 
@@ -972,7 +972,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddrSubtype = {
     "lldpV2ManAddrConfigLocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[17],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddr,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddr,
     0, nullptr, nullptr};
 
@@ -981,7 +981,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigLocManAddr = {
     "lldpV2ManAddrConfigLocManAddr", MIB_KIND_COLUMN, &kSyntax[18],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxEnable,
     0, nullptr, nullptr};
 
@@ -990,7 +990,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxEnable = {
     "lldpV2ManAddrConfigTxEnable", MIB_KIND_COLUMN, &kSyntax[19],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigRowStatus,
-    0, 5, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
+    0, 5, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigRowStatus,
     0, nullptr, nullptr};
 
@@ -999,7 +999,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2ManAddrConfigRowStatus = {
     "lldpV2ManAddrConfigRowStatus", MIB_KIND_COLUMN, &kSyntax[20],
     &lldpv2_dot3_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1008,7 +1008,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Statistics = {
     "lldpV2Statistics", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Objects, &lldpv2_dot3_tree_node_lldpV2StatsRemTablesLastChangeTime,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData,
     0, nullptr, nullptr};
 
@@ -1017,7 +1017,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRemTablesLastChangeTime = {
     "lldpV2StatsRemTablesLastChangeTime", MIB_KIND_SCALAR, &kSyntax[21],
     &lldpv2_dot3_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesInserts,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesInserts,
     0, nullptr, nullptr};
 
@@ -1026,7 +1026,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRemTablesInserts = {
     "lldpV2StatsRemTablesInserts", MIB_KIND_SCALAR, &kSyntax[22],
     &lldpv2_dot3_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesDeletes,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesDeletes,
     0, nullptr, nullptr};
 
@@ -1035,7 +1035,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRemTablesDeletes = {
     "lldpV2StatsRemTablesDeletes", MIB_KIND_SCALAR, &kSyntax[23],
     &lldpv2_dot3_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesDrops,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesDrops,
     0, nullptr, nullptr};
 
@@ -1044,7 +1044,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRemTablesDrops = {
     "lldpV2StatsRemTablesDrops", MIB_KIND_SCALAR, &kSyntax[24],
     &lldpv2_dot3_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesAgeouts,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
     &lldpv2_dot3_tree_node_lldpV2StatsRemTablesAgeouts,
     0, nullptr, nullptr};
 
@@ -1053,7 +1053,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRemTablesAgeouts = {
     "lldpV2StatsRemTablesAgeouts", MIB_KIND_SCALAR, &kSyntax[25],
     &lldpv2_dot3_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsTxIfIndex,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortTable,
     0, nullptr, nullptr};
 
@@ -1062,7 +1062,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxPortTable = {
     "lldpV2StatsTxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Statistics, &lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry,
     &lldpv2_dot3_tree_node_lldpV2StatsTxIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTable,
     0, nullptr, nullptr};
 
@@ -1071,7 +1071,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry = {
     "lldpV2StatsTxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortTable, &lldpv2_dot3_tree_node_lldpV2StatsTxIfIndex,
     &lldpv2_dot3_tree_node_lldpV2StatsTxIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1080,7 +1080,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxIfIndex = {
     "lldpV2StatsTxIfIndex", MIB_KIND_COLUMN, &kSyntax[26],
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsTxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
     &lldpv2_dot3_tree_node_lldpV2StatsTxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1089,7 +1089,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxDestMACAddress = {
     "lldpV2StatsTxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[27],
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortFramesTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -1098,7 +1098,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxPortFramesTotal = {
     "lldpV2StatsTxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[28],
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsTxLLDPDULengthErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
     &lldpv2_dot3_tree_node_lldpV2StatsTxLLDPDULengthErrors,
     0, nullptr, nullptr};
 
@@ -1107,7 +1107,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsTxLLDPDULengthErrors = {
     "lldpV2StatsTxLLDPDULengthErrors", MIB_KIND_COLUMN, &kSyntax[29],
     &lldpv2_dot3_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1116,7 +1116,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortTable = {
     "lldpV2StatsRxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Statistics, &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry,
     &lldpv2_dot3_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1125,7 +1125,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry = {
     "lldpV2StatsRxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTable, &lldpv2_dot3_tree_node_lldpV2StatsRxDestIfIndex,
     &lldpv2_dot3_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1134,7 +1134,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxDestIfIndex = {
     "lldpV2StatsRxDestIfIndex", MIB_KIND_COLUMN, &kSyntax[30],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1143,7 +1143,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxDestMACAddress = {
     "lldpV2StatsRxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[31],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1152,7 +1152,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesDiscardedTotal = {
     "lldpV2StatsRxPortFramesDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[32],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesErrors,
     0, nullptr, nullptr};
 
@@ -1161,7 +1161,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesErrors = {
     "lldpV2StatsRxPortFramesErrors", MIB_KIND_COLUMN, &kSyntax[33],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesTotal,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -1170,7 +1170,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortFramesTotal = {
     "lldpV2StatsRxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[34],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1179,7 +1179,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal = {
     "lldpV2StatsRxPortTLVsDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[35],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
     0, nullptr, nullptr};
 
@@ -1188,7 +1188,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal = 
     "lldpV2StatsRxPortTLVsUnrecognizedTotal", MIB_KIND_COLUMN, &kSyntax[36],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortAgeoutsTotal,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortAgeoutsTotal,
     0, nullptr, nullptr};
 
@@ -1197,7 +1197,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2StatsRxPortAgeoutsTotal = {
     "lldpV2StatsRxPortAgeoutsTotal", MIB_KIND_COLUMN, &kSyntax[37],
     &lldpv2_dot3_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocChassisIdSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1206,7 +1206,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocalSystemData = {
     "lldpV2LocalSystemData", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Objects, &lldpv2_dot3_tree_node_lldpV2LocChassisIdSubtype,
     &lldpv2_dot3_tree_node_lldpV2LocChassisIdSubtype,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2RemoteSystemsData,
     0, nullptr, nullptr};
 
@@ -1215,7 +1215,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocChassisIdSubtype = {
     "lldpV2LocChassisIdSubtype", MIB_KIND_SCALAR, &kSyntax[38],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocChassisId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
     &lldpv2_dot3_tree_node_lldpV2LocChassisId,
     0, nullptr, nullptr};
 
@@ -1224,7 +1224,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocChassisId = {
     "lldpV2LocChassisId", MIB_KIND_SCALAR, &kSyntax[39],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocSysName,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
     &lldpv2_dot3_tree_node_lldpV2LocSysName,
     0, nullptr, nullptr};
 
@@ -1233,7 +1233,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocSysName = {
     "lldpV2LocSysName", MIB_KIND_SCALAR, &kSyntax[40],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocSysDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
     &lldpv2_dot3_tree_node_lldpV2LocSysDesc,
     0, nullptr, nullptr};
 
@@ -1242,7 +1242,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocSysDesc = {
     "lldpV2LocSysDesc", MIB_KIND_SCALAR, &kSyntax[41],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocSysCapSupported,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
     &lldpv2_dot3_tree_node_lldpV2LocSysCapSupported,
     0, nullptr, nullptr};
 
@@ -1251,7 +1251,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocSysCapSupported = {
     "lldpV2LocSysCapSupported", MIB_KIND_SCALAR, &kSyntax[42],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocSysCapEnabled,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
     &lldpv2_dot3_tree_node_lldpV2LocSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -1260,7 +1260,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocSysCapEnabled = {
     "lldpV2LocSysCapEnabled", MIB_KIND_SCALAR, &kSyntax[43],
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocPortIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
     &lldpv2_dot3_tree_node_lldpV2LocPortTable,
     0, nullptr, nullptr};
 
@@ -1269,7 +1269,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortTable = {
     "lldpV2LocPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, &lldpv2_dot3_tree_node_lldpV2LocPortEntry,
     &lldpv2_dot3_tree_node_lldpV2LocPortIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrTable,
     0, nullptr, nullptr};
 
@@ -1278,7 +1278,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortEntry = {
     "lldpV2LocPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocPortTable, &lldpv2_dot3_tree_node_lldpV2LocPortIfIndex,
     &lldpv2_dot3_tree_node_lldpV2LocPortIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1287,7 +1287,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortIfIndex = {
     "lldpV2LocPortIfIndex", MIB_KIND_COLUMN, &kSyntax[44],
     &lldpv2_dot3_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocPortIdSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
     &lldpv2_dot3_tree_node_lldpV2LocPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1296,7 +1296,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortIdSubtype = {
     "lldpV2LocPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[45],
     &lldpv2_dot3_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocPortId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
     &lldpv2_dot3_tree_node_lldpV2LocPortId,
     0, nullptr, nullptr};
 
@@ -1305,7 +1305,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortId = {
     "lldpV2LocPortId", MIB_KIND_COLUMN, &kSyntax[46],
     &lldpv2_dot3_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocPortDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
     &lldpv2_dot3_tree_node_lldpV2LocPortDesc,
     0, nullptr, nullptr};
 
@@ -1314,7 +1314,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocPortDesc = {
     "lldpV2LocPortDesc", MIB_KIND_COLUMN, &kSyntax[47],
     &lldpv2_dot3_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1323,7 +1323,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrTable = {
     "lldpV2LocManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocalSystemData, &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1332,7 +1332,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrEntry = {
     "lldpV2LocManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrTable, &lldpv2_dot3_tree_node_lldpV2LocManAddrSubtype,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1341,7 +1341,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrSubtype = {
     "lldpV2LocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[48],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddr,
     0, nullptr, nullptr};
 
@@ -1350,7 +1350,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddr = {
     "lldpV2LocManAddr", MIB_KIND_COLUMN, &kSyntax[49],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrLen,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrLen,
     0, nullptr, nullptr};
 
@@ -1359,7 +1359,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrLen = {
     "lldpV2LocManAddrLen", MIB_KIND_COLUMN, &kSyntax[50],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrIfSubtype,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -1368,7 +1368,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrIfSubtype = {
     "lldpV2LocManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[51],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrIfId,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrIfId,
     0, nullptr, nullptr};
 
@@ -1377,7 +1377,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrIfId = {
     "lldpV2LocManAddrIfId", MIB_KIND_COLUMN, &kSyntax[52],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrOID,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
     &lldpv2_dot3_tree_node_lldpV2LocManAddrOID,
     0, nullptr, nullptr};
 
@@ -1386,7 +1386,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2LocManAddrOID = {
     "lldpV2LocManAddrOID", MIB_KIND_COLUMN, &kSyntax[53],
     &lldpv2_dot3_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemTimeMark,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1395,7 +1395,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemoteSystemsData = {
     "lldpV2RemoteSystemsData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Objects, &lldpv2_dot3_tree_node_lldpV2RemTable,
     &lldpv2_dot3_tree_node_lldpV2RemTimeMark,
-    0, 4, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Extensions,
     0, nullptr, nullptr};
 
@@ -1404,7 +1404,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemTable = {
     "lldpV2RemTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot3_tree_node_lldpV2RemEntry,
     &lldpv2_dot3_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrTable,
     0, nullptr, nullptr};
 
@@ -1413,7 +1413,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemEntry = {
     "lldpV2RemEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemTable, &lldpv2_dot3_tree_node_lldpV2RemTimeMark,
     &lldpv2_dot3_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1422,7 +1422,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemTimeMark = {
     "lldpV2RemTimeMark", MIB_KIND_COLUMN, &kSyntax[54],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemLocalIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
     &lldpv2_dot3_tree_node_lldpV2RemLocalIfIndex,
     0, nullptr, nullptr};
 
@@ -1431,7 +1431,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemLocalIfIndex = {
     "lldpV2RemLocalIfIndex", MIB_KIND_COLUMN, &kSyntax[55],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemLocalDestMACAddress,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
     &lldpv2_dot3_tree_node_lldpV2RemLocalDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1440,7 +1440,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemLocalDestMACAddress = {
     "lldpV2RemLocalDestMACAddress", MIB_KIND_COLUMN, &kSyntax[56],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemIndex,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
     &lldpv2_dot3_tree_node_lldpV2RemIndex,
     0, nullptr, nullptr};
 
@@ -1449,7 +1449,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemIndex = {
     "lldpV2RemIndex", MIB_KIND_COLUMN, &kSyntax[57],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemChassisIdSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
     &lldpv2_dot3_tree_node_lldpV2RemChassisIdSubtype,
     0, nullptr, nullptr};
 
@@ -1458,7 +1458,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemChassisIdSubtype = {
     "lldpV2RemChassisIdSubtype", MIB_KIND_COLUMN, &kSyntax[58],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemChassisId,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
     &lldpv2_dot3_tree_node_lldpV2RemChassisId,
     0, nullptr, nullptr};
 
@@ -1467,7 +1467,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemChassisId = {
     "lldpV2RemChassisId", MIB_KIND_COLUMN, &kSyntax[59],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemPortIdSubtype,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
     &lldpv2_dot3_tree_node_lldpV2RemPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1476,7 +1476,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemPortIdSubtype = {
     "lldpV2RemPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[60],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemPortId,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
     &lldpv2_dot3_tree_node_lldpV2RemPortId,
     0, nullptr, nullptr};
 
@@ -1485,7 +1485,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemPortId = {
     "lldpV2RemPortId", MIB_KIND_COLUMN, &kSyntax[61],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemPortDesc,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
     &lldpv2_dot3_tree_node_lldpV2RemPortDesc,
     0, nullptr, nullptr};
 
@@ -1494,7 +1494,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemPortDesc = {
     "lldpV2RemPortDesc", MIB_KIND_COLUMN, &kSyntax[62],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemSysName,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
     &lldpv2_dot3_tree_node_lldpV2RemSysName,
     0, nullptr, nullptr};
 
@@ -1503,7 +1503,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemSysName = {
     "lldpV2RemSysName", MIB_KIND_COLUMN, &kSyntax[63],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemSysDesc,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
     &lldpv2_dot3_tree_node_lldpV2RemSysDesc,
     0, nullptr, nullptr};
 
@@ -1512,7 +1512,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemSysDesc = {
     "lldpV2RemSysDesc", MIB_KIND_COLUMN, &kSyntax[64],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemSysCapSupported,
-    0, 11, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
+    0, 11, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
     &lldpv2_dot3_tree_node_lldpV2RemSysCapSupported,
     0, nullptr, nullptr};
 
@@ -1521,7 +1521,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemSysCapSupported = {
     "lldpV2RemSysCapSupported", MIB_KIND_COLUMN, &kSyntax[65],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemSysCapEnabled,
-    0, 12, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
+    0, 12, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
     &lldpv2_dot3_tree_node_lldpV2RemSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -1530,7 +1530,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemSysCapEnabled = {
     "lldpV2RemSysCapEnabled", MIB_KIND_COLUMN, &kSyntax[66],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemRemoteChanges,
-    0, 13, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
+    0, 13, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
     &lldpv2_dot3_tree_node_lldpV2RemRemoteChanges,
     0, nullptr, nullptr};
 
@@ -1539,7 +1539,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemRemoteChanges = {
     "lldpV2RemRemoteChanges", MIB_KIND_COLUMN, &kSyntax[67],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemTooManyNeighbors,
-    0, 14, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
+    0, 14, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
     &lldpv2_dot3_tree_node_lldpV2RemTooManyNeighbors,
     0, nullptr, nullptr};
 
@@ -1548,7 +1548,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemTooManyNeighbors = {
     "lldpV2RemTooManyNeighbors", MIB_KIND_COLUMN, &kSyntax[68],
     &lldpv2_dot3_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrSubtype,
-    0, 15, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
+    0, 15, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1557,7 +1557,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrTable = {
     "lldpV2RemManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVTable,
     0, nullptr, nullptr};
 
@@ -1566,7 +1566,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrEntry = {
     "lldpV2RemManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrTable, &lldpv2_dot3_tree_node_lldpV2RemManAddrSubtype,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1575,7 +1575,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrSubtype = {
     "lldpV2RemManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[69],
     &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
     &lldpv2_dot3_tree_node_lldpV2RemManAddr,
     0, nullptr, nullptr};
 
@@ -1584,7 +1584,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddr = {
     "lldpV2RemManAddr", MIB_KIND_COLUMN, &kSyntax[70],
     &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrIfSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -1593,7 +1593,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrIfSubtype = {
     "lldpV2RemManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[71],
     &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrIfId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrIfId,
     0, nullptr, nullptr};
 
@@ -1602,7 +1602,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrIfId = {
     "lldpV2RemManAddrIfId", MIB_KIND_COLUMN, &kSyntax[72],
     &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrOID,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
     &lldpv2_dot3_tree_node_lldpV2RemManAddrOID,
     0, nullptr, nullptr};
 
@@ -1611,7 +1611,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemManAddrOID = {
     "lldpV2RemManAddrOID", MIB_KIND_COLUMN, &kSyntax[73],
     &lldpv2_dot3_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVType,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1620,7 +1620,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemUnknownTLVTable = {
     "lldpV2RemUnknownTLVTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVEntry,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVType,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoTable,
     0, nullptr, nullptr};
 
@@ -1629,7 +1629,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemUnknownTLVEntry = {
     "lldpV2RemUnknownTLVEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVTable, &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVType,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVType,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1638,7 +1638,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemUnknownTLVType = {
     "lldpV2RemUnknownTLVType", MIB_KIND_COLUMN, &kSyntax[74],
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVInfo,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVInfo,
     0, nullptr, nullptr};
 
@@ -1647,7 +1647,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemUnknownTLVInfo = {
     "lldpV2RemUnknownTLVInfo", MIB_KIND_COLUMN, &kSyntax[75],
     &lldpv2_dot3_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1656,7 +1656,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoTable = {
     "lldpV2RemOrgDefInfoTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemoteSystemsData, &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1665,7 +1665,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry = {
     "lldpV2RemOrgDefInfoEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoTable, &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoOUI,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1674,7 +1674,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoOUI = {
     "lldpV2RemOrgDefInfoOUI", MIB_KIND_COLUMN, &kSyntax[76],
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoSubtype,
     0, nullptr, nullptr};
 
@@ -1683,7 +1683,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoSubtype = {
     "lldpV2RemOrgDefInfoSubtype", MIB_KIND_COLUMN, &kSyntax[77],
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoIndex,
     0, nullptr, nullptr};
 
@@ -1692,7 +1692,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoIndex = {
     "lldpV2RemOrgDefInfoIndex", MIB_KIND_COLUMN, &kSyntax[78],
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfo,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfo,
     0, nullptr, nullptr};
 
@@ -1701,7 +1701,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2RemOrgDefInfo = {
     "lldpV2RemOrgDefInfo", MIB_KIND_COLUMN, &kSyntax[79],
     &lldpv2_dot3_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1710,7 +1710,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Extensions = {
     "lldpV2Extensions", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Objects, &lldpv2_dot3_tree_node_lldpV2Xdot3MIB,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1719,7 +1719,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3MIB = {
     "lldpV2Xdot3MIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Extensions, &lldpv2_dot3_tree_node_lldpV2Xdot3Objects,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 4623, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4623, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1728,7 +1728,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3Objects = {
     "lldpV2Xdot3Objects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3MIB, &lldpv2_dot3_tree_node_lldpV2Xdot3Config,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Conformance,
     0, nullptr, nullptr};
 
@@ -1737,7 +1737,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3Config = {
     "lldpV2Xdot3Config", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Objects, &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTable,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocalData,
     0, nullptr, nullptr};
 
@@ -1746,7 +1746,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTable = {
     "lldpV2Xdot3PortConfigTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Config, &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1755,7 +1755,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigEntry = {
     "lldpV2Xdot3PortConfigEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTable, &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[12], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[12], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1764,7 +1764,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigTLVsTxEnable = {
     "lldpV2Xdot3PortConfigTLVsTxEnable", MIB_KIND_COLUMN, &kSyntax[80],
     &lldpv2_dot3_tree_node_lldpV2Xdot3PortConfigEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported,
-    0, 1, "{ { } }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[12], 0x02324B01u,
+    0, 1, "{ { } }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[12], 0x02324B01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1773,7 +1773,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocalData = {
     "lldpV2Xdot3LocalData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Objects, &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortTable,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemoteData,
     0, nullptr, nullptr};
 
@@ -1782,7 +1782,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortTable = {
     "lldpV2Xdot3LocPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocalData, &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerTable,
     0, nullptr, nullptr};
 
@@ -1791,7 +1791,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry = {
     "lldpV2Xdot3LocPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortTable, &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[13], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[13], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1800,7 +1800,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegSupported = {
     "lldpV2Xdot3LocPortAutoNegSupported", MIB_KIND_COLUMN, &kSyntax[81],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegEnabled,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C01u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegEnabled,
     0, nullptr, nullptr};
 
@@ -1809,7 +1809,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegEnabled = {
     "lldpV2Xdot3LocPortAutoNegEnabled", MIB_KIND_COLUMN, &kSyntax[82],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegAdvertisedCap,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C02u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegAdvertisedCap,
     0, nullptr, nullptr};
 
@@ -1818,7 +1818,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortAutoNegAdvertisedCap = 
     "lldpV2Xdot3LocPortAutoNegAdvertisedCap", MIB_KIND_COLUMN, &kSyntax[83],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortOperMauType,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C03u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortOperMauType,
     0, nullptr, nullptr};
 
@@ -1827,7 +1827,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPortOperMauType = {
     "lldpV2Xdot3LocPortOperMauType", MIB_KIND_COLUMN, &kSyntax[84],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPortClass,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[13], 0x02324C04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1836,7 +1836,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerTable = {
     "lldpV2Xdot3LocPowerTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocalData, &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPortClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeTable,
     0, nullptr, nullptr};
 
@@ -1845,7 +1845,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry = {
     "lldpV2Xdot3LocPowerEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerTable, &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPortClass,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPortClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[14], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[14], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1854,7 +1854,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPortClass = {
     "lldpV2Xdot3LocPowerPortClass", MIB_KIND_COLUMN, &kSyntax[85],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDISupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D01u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDISupported,
     0, nullptr, nullptr};
 
@@ -1863,7 +1863,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDISupported = {
     "lldpV2Xdot3LocPowerMDISupported", MIB_KIND_COLUMN, &kSyntax[86],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDIEnabled,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D02u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDIEnabled,
     0, nullptr, nullptr};
 
@@ -1872,7 +1872,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerMDIEnabled = {
     "lldpV2Xdot3LocPowerMDIEnabled", MIB_KIND_COLUMN, &kSyntax[87],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairControlable,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D03u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairControlable,
     0, nullptr, nullptr};
 
@@ -1881,7 +1881,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairControlable = {
     "lldpV2Xdot3LocPowerPairControlable", MIB_KIND_COLUMN, &kSyntax[88],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairs,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D04u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairs,
     0, nullptr, nullptr};
 
@@ -1890,7 +1890,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerPairs = {
     "lldpV2Xdot3LocPowerPairs", MIB_KIND_COLUMN, &kSyntax[89],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerClass,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D05u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerClass,
     0, nullptr, nullptr};
 
@@ -1899,7 +1899,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerClass = {
     "lldpV2Xdot3LocPowerClass", MIB_KIND_COLUMN, &kSyntax[90],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSize,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[14], 0x02324D06u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1908,7 +1908,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeTable = {
     "lldpV2Xdot3LocMaxFrameSizeTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocalData, &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSize,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1917,7 +1917,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeEntry = {
     "lldpV2Xdot3LocMaxFrameSizeEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeTable, &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSize,
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSize,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[15], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[15], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1926,7 +1926,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSize = {
     "lldpV2Xdot3LocMaxFrameSize", MIB_KIND_COLUMN, &kSyntax[91],
     &lldpv2_dot3_tree_node_lldpV2Xdot3LocMaxFrameSizeEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[15], 0x02324E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[15], 0x02324E01u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1935,7 +1935,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemoteData = {
     "lldpV2Xdot3RemoteData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Objects, &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortTable,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1944,7 +1944,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortTable = {
     "lldpV2Xdot3RemPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemoteData, &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerTable,
     0, nullptr, nullptr};
 
@@ -1953,7 +1953,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry = {
     "lldpV2Xdot3RemPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortTable, &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[16], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[16], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1962,7 +1962,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegSupported = {
     "lldpV2Xdot3RemPortAutoNegSupported", MIB_KIND_COLUMN, &kSyntax[92],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegEnabled,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F01u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegEnabled,
     0, nullptr, nullptr};
 
@@ -1971,7 +1971,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegEnabled = {
     "lldpV2Xdot3RemPortAutoNegEnabled", MIB_KIND_COLUMN, &kSyntax[93],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegAdvertisedCap,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F02u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegAdvertisedCap,
     0, nullptr, nullptr};
 
@@ -1980,7 +1980,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortAutoNegAdvertisedCap = 
     "lldpV2Xdot3RemPortAutoNegAdvertisedCap", MIB_KIND_COLUMN, &kSyntax[94],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortOperMauType,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F03u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortOperMauType,
     0, nullptr, nullptr};
 
@@ -1989,7 +1989,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPortOperMauType = {
     "lldpV2Xdot3RemPortOperMauType", MIB_KIND_COLUMN, &kSyntax[95],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPortEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPortClass,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[16], 0x02324F04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1998,7 +1998,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerTable = {
     "lldpV2Xdot3RemPowerTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemoteData, &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPortClass,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeTable,
     0, nullptr, nullptr};
 
@@ -2007,7 +2007,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry = {
     "lldpV2Xdot3RemPowerEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerTable, &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPortClass,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPortClass,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[17], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[17], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2016,7 +2016,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPortClass = {
     "lldpV2Xdot3RemPowerPortClass", MIB_KIND_COLUMN, &kSyntax[96],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDISupported,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325001u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325001u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDISupported,
     0, nullptr, nullptr};
 
@@ -2025,7 +2025,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDISupported = {
     "lldpV2Xdot3RemPowerMDISupported", MIB_KIND_COLUMN, &kSyntax[97],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDIEnabled,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325002u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325002u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDIEnabled,
     0, nullptr, nullptr};
 
@@ -2034,7 +2034,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerMDIEnabled = {
     "lldpV2Xdot3RemPowerMDIEnabled", MIB_KIND_COLUMN, &kSyntax[98],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairControlable,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325003u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325003u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairControlable,
     0, nullptr, nullptr};
 
@@ -2043,7 +2043,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairControlable = {
     "lldpV2Xdot3RemPowerPairControlable", MIB_KIND_COLUMN, &kSyntax[99],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairs,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325004u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325004u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairs,
     0, nullptr, nullptr};
 
@@ -2052,7 +2052,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerPairs = {
     "lldpV2Xdot3RemPowerPairs", MIB_KIND_COLUMN, &kSyntax[100],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerClass,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325005u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325005u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerClass,
     0, nullptr, nullptr};
 
@@ -2061,7 +2061,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerClass = {
     "lldpV2Xdot3RemPowerClass", MIB_KIND_COLUMN, &kSyntax[101],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemPowerEntry, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSize,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325006u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[17], 0x02325006u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2070,7 +2070,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeTable = {
     "lldpV2Xdot3RemMaxFrameSizeTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemoteData, &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeEntry,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSize,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2079,7 +2079,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeEntry = {
     "lldpV2Xdot3RemMaxFrameSizeEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeTable, &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSize,
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSize,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[18], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[18], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2088,7 +2088,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSize = {
     "lldpV2Xdot3RemMaxFrameSize", MIB_KIND_COLUMN, &kSyntax[102],
     &lldpv2_dot3_tree_node_lldpV2Xdot3RemMaxFrameSizeEntry, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[18], 0x02325101u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[18], 0x02325101u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2097,7 +2097,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3Conformance = {
     "lldpV2Xdot3Conformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3MIB, &lldpv2_dot3_tree_node_lldpV2Xdot3Compliances,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2106,7 +2106,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3Compliances = {
     "lldpV2Xdot3Compliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Conformance, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Groups,
     0, nullptr, nullptr};
 
@@ -2115,7 +2115,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Xdot3Groups = {
     "lldpV2Xdot3Groups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Xdot3Conformance, nullptr,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2124,7 +2124,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Conformance = {
     "lldpV2Conformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2MIB, &lldpv2_dot3_tree_node_lldpV2Compliances,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -2133,7 +2133,7 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Compliances = {
     "lldpV2Compliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_dot3_tree_node_lldpV2Groups,
     0, nullptr, nullptr};
 
@@ -2142,6 +2142,6 @@ const MIB_NODE_S lldpv2_dot3_tree_node_lldpV2Groups = {
     "lldpV2Groups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_dot3_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};

@@ -411,7 +411,7 @@ const MIB_NODE_S lldpv2_tree_node_iso = {
     "iso", MIB_KIND_BRANCH, nullptr,
     nullptr, &lldpv2_tree_node_org,
     &lldpv2_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -420,7 +420,7 @@ const MIB_NODE_S lldpv2_tree_node_org = {
     "org", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_iso, &lldpv2_tree_node_dod,
     &lldpv2_tree_node_ifIndex,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -429,7 +429,7 @@ const MIB_NODE_S lldpv2_tree_node_dod = {
     "dod", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_org, &lldpv2_tree_node_internet,
     &lldpv2_tree_node_ifIndex,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_ieee,
     0, nullptr, nullptr};
 
@@ -438,7 +438,7 @@ const MIB_NODE_S lldpv2_tree_node_internet = {
     "internet", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_dod, &lldpv2_tree_node_mgmt,
     &lldpv2_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -447,7 +447,7 @@ const MIB_NODE_S lldpv2_tree_node_mgmt = {
     "mgmt", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_internet, &lldpv2_tree_node_mib_2,
     &lldpv2_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_snmpV2,
     0, nullptr, nullptr};
 
@@ -456,7 +456,7 @@ const MIB_NODE_S lldpv2_tree_node_mib_2 = {
     "mib-2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_mgmt, &lldpv2_tree_node_interfaces,
     &lldpv2_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -465,7 +465,7 @@ const MIB_NODE_S lldpv2_tree_node_interfaces = {
     "interfaces", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_mib_2, &lldpv2_tree_node_ifTable,
     &lldpv2_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -474,7 +474,7 @@ const MIB_NODE_S lldpv2_tree_node_ifTable = {
     "ifTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_interfaces, &lldpv2_tree_node_ifEntry,
     &lldpv2_tree_node_ifIndex,
-    0, 2, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -483,7 +483,7 @@ const MIB_NODE_S lldpv2_tree_node_ifEntry = {
     "ifEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_ifTable, &lldpv2_tree_node_ifIndex,
     &lldpv2_tree_node_ifIndex,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[0], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -492,7 +492,7 @@ const MIB_NODE_S lldpv2_tree_node_ifIndex = {
     "ifIndex", MIB_KIND_COLUMN, &kSyntax[0],
     &lldpv2_tree_node_ifEntry, nullptr,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
+    0, 1, "", MIB_NODE_STATUS_BORROWED, MIB_ACCESS_READ_ONLY, &kIndex[0], 0x01080201u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -501,7 +501,7 @@ const MIB_NODE_S lldpv2_tree_node_snmpV2 = {
     "snmpV2", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_internet, &lldpv2_tree_node_snmpModules,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 6, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -510,7 +510,7 @@ const MIB_NODE_S lldpv2_tree_node_snmpModules = {
     "snmpModules", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_snmpV2, &lldpv2_tree_node_snmpMIB,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -519,7 +519,7 @@ const MIB_NODE_S lldpv2_tree_node_snmpMIB = {
     "snmpMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_snmpModules, &lldpv2_tree_node_snmpMIBObjects,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -528,7 +528,7 @@ const MIB_NODE_S lldpv2_tree_node_snmpMIBObjects = {
     "snmpMIBObjects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_snmpMIB, &lldpv2_tree_node_snmpTraps,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -537,7 +537,7 @@ const MIB_NODE_S lldpv2_tree_node_snmpTraps = {
     "snmpTraps", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_snmpMIBObjects, nullptr,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -546,7 +546,7 @@ const MIB_NODE_S lldpv2_tree_node_ieee = {
     "ieee", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_org, &lldpv2_tree_node_standards_association_numbers_series_standards,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 111, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 111, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -555,7 +555,7 @@ const MIB_NODE_S lldpv2_tree_node_standards_association_numbers_series_standards
     "standards-association-numbers-series-standards", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_ieee, &lldpv2_tree_node_lan_man_stds,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -564,7 +564,7 @@ const MIB_NODE_S lldpv2_tree_node_lan_man_stds = {
     "lan-man-stds", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_standards_association_numbers_series_standards, &lldpv2_tree_node_ieee802dot1,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 802, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 802, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -573,7 +573,7 @@ const MIB_NODE_S lldpv2_tree_node_ieee802dot1 = {
     "ieee802dot1", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lan_man_stds, &lldpv2_tree_node_ieee802dot1mibs,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -582,7 +582,7 @@ const MIB_NODE_S lldpv2_tree_node_ieee802dot1mibs = {
     "ieee802dot1mibs", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_ieee802dot1, &lldpv2_tree_node_lldpV2TcMIB,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -591,7 +591,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2TcMIB = {
     "lldpV2TcMIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_ieee802dot1mibs, nullptr,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 12, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 12, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2MIB,
     0, nullptr, nullptr};
 
@@ -600,7 +600,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2MIB = {
     "lldpV2MIB", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_ieee802dot1mibs, &lldpv2_tree_node_lldpV2Notifications,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 13, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 13, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -609,7 +609,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Notifications = {
     "lldpV2Notifications", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2MIB, &lldpv2_tree_node_lldpV2NotificationPrefix,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2Objects,
     0, nullptr, nullptr};
 
@@ -618,7 +618,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2NotificationPrefix = {
     "lldpV2NotificationPrefix", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2Notifications, &lldpv2_tree_node_lldpV2RemTablesChange,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 0, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 0, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -627,7 +627,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemTablesChange = {
     "lldpV2RemTablesChange", MIB_KIND_NOTIFICATION, nullptr,
     &lldpv2_tree_node_lldpV2NotificationPrefix, nullptr,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     4, &kNotificationObjects[0], nullptr};
 
@@ -636,7 +636,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Objects = {
     "lldpV2Objects", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2MIB, &lldpv2_tree_node_lldpV2Configuration,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2Conformance,
     0, nullptr, nullptr};
 
@@ -645,7 +645,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Configuration = {
     "lldpV2Configuration", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_tree_node_lldpV2Objects, &lldpv2_tree_node_lldpV2MessageTxInterval,
     &lldpv2_tree_node_lldpV2MessageTxInterval,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2Statistics,
     0, nullptr, nullptr};
 
@@ -654,7 +654,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2MessageTxInterval = {
     "lldpV2MessageTxInterval", MIB_KIND_SCALAR, &kSyntax[1],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2MessageTxHoldMultiplier,
-    0, 1, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
+    0, 1, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320201u,
     &lldpv2_tree_node_lldpV2MessageTxHoldMultiplier,
     0, nullptr, nullptr};
 
@@ -663,7 +663,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2MessageTxHoldMultiplier = {
     "lldpV2MessageTxHoldMultiplier", MIB_KIND_SCALAR, &kSyntax[2],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2ReinitDelay,
-    0, 2, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
+    0, 2, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320202u,
     &lldpv2_tree_node_lldpV2ReinitDelay,
     0, nullptr, nullptr};
 
@@ -672,7 +672,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ReinitDelay = {
     "lldpV2ReinitDelay", MIB_KIND_SCALAR, &kSyntax[3],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2NotificationInterval,
-    0, 3, "{ 2 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
+    0, 3, "{ 2 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320203u,
     &lldpv2_tree_node_lldpV2NotificationInterval,
     0, nullptr, nullptr};
 
@@ -681,7 +681,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2NotificationInterval = {
     "lldpV2NotificationInterval", MIB_KIND_SCALAR, &kSyntax[4],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2TxCreditMax,
-    0, 4, "{ 30 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
+    0, 4, "{ 30 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320204u,
     &lldpv2_tree_node_lldpV2TxCreditMax,
     0, nullptr, nullptr};
 
@@ -690,7 +690,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2TxCreditMax = {
     "lldpV2TxCreditMax", MIB_KIND_SCALAR, &kSyntax[5],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2MessageFastTx,
-    0, 5, "{ 5 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
+    0, 5, "{ 5 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320205u,
     &lldpv2_tree_node_lldpV2MessageFastTx,
     0, nullptr, nullptr};
 
@@ -699,7 +699,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2MessageFastTx = {
     "lldpV2MessageFastTx", MIB_KIND_SCALAR, &kSyntax[6],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2TxFastInit,
-    0, 6, "{ 1 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
+    0, 6, "{ 1 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320206u,
     &lldpv2_tree_node_lldpV2TxFastInit,
     0, nullptr, nullptr};
 
@@ -708,7 +708,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2TxFastInit = {
     "lldpV2TxFastInit", MIB_KIND_SCALAR, &kSyntax[7],
     &lldpv2_tree_node_lldpV2Configuration, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigIfIndex,
-    0, 7, "{ 4 }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
+    0, 7, "{ 4 }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, nullptr, 0x02320207u,
     &lldpv2_tree_node_lldpV2PortConfigTable,
     0, nullptr, nullptr};
 
@@ -717,7 +717,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigTable = {
     "lldpV2PortConfigTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2Configuration, &lldpv2_tree_node_lldpV2PortConfigEntry,
     &lldpv2_tree_node_lldpV2PortConfigIfIndex,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2DestAddressTable,
     0, nullptr, nullptr};
 
@@ -726,7 +726,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigEntry = {
     "lldpV2PortConfigEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigTable, &lldpv2_tree_node_lldpV2PortConfigIfIndex,
     &lldpv2_tree_node_lldpV2PortConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -735,7 +735,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigIfIndex = {
     "lldpV2PortConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[8],
     &lldpv2_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320301u,
     &lldpv2_tree_node_lldpV2PortConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -744,7 +744,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigDestAddressIndex = {
     "lldpV2PortConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[9],
     &lldpv2_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigAdminStatus,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[1], 0x02320302u,
     &lldpv2_tree_node_lldpV2PortConfigAdminStatus,
     0, nullptr, nullptr};
 
@@ -753,7 +753,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigAdminStatus = {
     "lldpV2PortConfigAdminStatus", MIB_KIND_COLUMN, &kSyntax[10],
     &lldpv2_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigNotificationEnable,
-    0, 3, "{ txAndRx }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
+    0, 3, "{ txAndRx }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320303u,
     &lldpv2_tree_node_lldpV2PortConfigNotificationEnable,
     0, nullptr, nullptr};
 
@@ -762,7 +762,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigNotificationEnable = {
     "lldpV2PortConfigNotificationEnable", MIB_KIND_COLUMN, &kSyntax[11],
     &lldpv2_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_tree_node_lldpV2PortConfigTLVsTxEnable,
-    0, 4, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
+    0, 4, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320304u,
     &lldpv2_tree_node_lldpV2PortConfigTLVsTxEnable,
     0, nullptr, nullptr};
 
@@ -771,7 +771,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2PortConfigTLVsTxEnable = {
     "lldpV2PortConfigTLVsTxEnable", MIB_KIND_COLUMN, &kSyntax[12],
     &lldpv2_tree_node_lldpV2PortConfigEntry, nullptr,
     &lldpv2_tree_node_lldpV2AddressTableIndex,
-    0, 5, "{ { } }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
+    0, 5, "{ { } }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_WRITE, &kIndex[1], 0x02320305u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -780,7 +780,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2DestAddressTable = {
     "lldpV2DestAddressTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2Configuration, &lldpv2_tree_node_lldpV2DestAddressTableEntry,
     &lldpv2_tree_node_lldpV2AddressTableIndex,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsTable,
     0, nullptr, nullptr};
 
@@ -789,7 +789,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2DestAddressTableEntry = {
     "lldpV2DestAddressTableEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2DestAddressTable, &lldpv2_tree_node_lldpV2AddressTableIndex,
     &lldpv2_tree_node_lldpV2AddressTableIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -798,7 +798,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2AddressTableIndex = {
     "lldpV2AddressTableIndex", MIB_KIND_COLUMN, &kSyntax[13],
     &lldpv2_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_tree_node_lldpV2DestMacAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[2], 0x02320401u,
     &lldpv2_tree_node_lldpV2DestMacAddress,
     0, nullptr, nullptr};
 
@@ -807,7 +807,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2DestMacAddress = {
     "lldpV2DestMacAddress", MIB_KIND_COLUMN, &kSyntax[14],
     &lldpv2_tree_node_lldpV2DestAddressTableEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[2], 0x02320402u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -816,7 +816,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigTxPortsTable = {
     "lldpV2ManAddrConfigTxPortsTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2Configuration, &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry,
     &lldpv2_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -825,7 +825,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry = {
     "lldpV2ManAddrConfigTxPortsEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsTable, &lldpv2_tree_node_lldpV2ManAddrConfigIfIndex,
     &lldpv2_tree_node_lldpV2ManAddrConfigIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -834,7 +834,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigIfIndex = {
     "lldpV2ManAddrConfigIfIndex", MIB_KIND_COLUMN, &kSyntax[15],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigDestAddressIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320501u,
     &lldpv2_tree_node_lldpV2ManAddrConfigDestAddressIndex,
     0, nullptr, nullptr};
 
@@ -843,7 +843,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigDestAddressIndex = {
     "lldpV2ManAddrConfigDestAddressIndex", MIB_KIND_COLUMN, &kSyntax[16],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320502u,
     &lldpv2_tree_node_lldpV2ManAddrConfigLocManAddrSubtype,
     0, nullptr, nullptr};
 
@@ -852,7 +852,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigLocManAddrSubtype = {
     "lldpV2ManAddrConfigLocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[17],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigLocManAddr,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320503u,
     &lldpv2_tree_node_lldpV2ManAddrConfigLocManAddr,
     0, nullptr, nullptr};
 
@@ -861,7 +861,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigLocManAddr = {
     "lldpV2ManAddrConfigLocManAddr", MIB_KIND_COLUMN, &kSyntax[18],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigTxEnable,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[3], 0x02320504u,
     &lldpv2_tree_node_lldpV2ManAddrConfigTxEnable,
     0, nullptr, nullptr};
 
@@ -870,7 +870,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigTxEnable = {
     "lldpV2ManAddrConfigTxEnable", MIB_KIND_COLUMN, &kSyntax[19],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2ManAddrConfigRowStatus,
-    0, 5, "{ false }", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
+    0, 5, "{ false }", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320505u,
     &lldpv2_tree_node_lldpV2ManAddrConfigRowStatus,
     0, nullptr, nullptr};
 
@@ -879,7 +879,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2ManAddrConfigRowStatus = {
     "lldpV2ManAddrConfigRowStatus", MIB_KIND_COLUMN, &kSyntax[20],
     &lldpv2_tree_node_lldpV2ManAddrConfigTxPortsEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_CREATE, &kIndex[3], 0x02320506u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -888,7 +888,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Statistics = {
     "lldpV2Statistics", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_tree_node_lldpV2Objects, &lldpv2_tree_node_lldpV2StatsRemTablesLastChangeTime,
     &lldpv2_tree_node_lldpV2StatsRemTablesLastChangeTime,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2LocalSystemData,
     0, nullptr, nullptr};
 
@@ -897,7 +897,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRemTablesLastChangeTime = {
     "lldpV2StatsRemTablesLastChangeTime", MIB_KIND_SCALAR, &kSyntax[21],
     &lldpv2_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_tree_node_lldpV2StatsRemTablesInserts,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320601u,
     &lldpv2_tree_node_lldpV2StatsRemTablesInserts,
     0, nullptr, nullptr};
 
@@ -906,7 +906,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRemTablesInserts = {
     "lldpV2StatsRemTablesInserts", MIB_KIND_SCALAR, &kSyntax[22],
     &lldpv2_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_tree_node_lldpV2StatsRemTablesDeletes,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320602u,
     &lldpv2_tree_node_lldpV2StatsRemTablesDeletes,
     0, nullptr, nullptr};
 
@@ -915,7 +915,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRemTablesDeletes = {
     "lldpV2StatsRemTablesDeletes", MIB_KIND_SCALAR, &kSyntax[23],
     &lldpv2_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_tree_node_lldpV2StatsRemTablesDrops,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320603u,
     &lldpv2_tree_node_lldpV2StatsRemTablesDrops,
     0, nullptr, nullptr};
 
@@ -924,7 +924,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRemTablesDrops = {
     "lldpV2StatsRemTablesDrops", MIB_KIND_SCALAR, &kSyntax[24],
     &lldpv2_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_tree_node_lldpV2StatsRemTablesAgeouts,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320604u,
     &lldpv2_tree_node_lldpV2StatsRemTablesAgeouts,
     0, nullptr, nullptr};
 
@@ -933,7 +933,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRemTablesAgeouts = {
     "lldpV2StatsRemTablesAgeouts", MIB_KIND_SCALAR, &kSyntax[25],
     &lldpv2_tree_node_lldpV2Statistics, nullptr,
     &lldpv2_tree_node_lldpV2StatsTxIfIndex,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320605u,
     &lldpv2_tree_node_lldpV2StatsTxPortTable,
     0, nullptr, nullptr};
 
@@ -942,7 +942,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxPortTable = {
     "lldpV2StatsTxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2Statistics, &lldpv2_tree_node_lldpV2StatsTxPortEntry,
     &lldpv2_tree_node_lldpV2StatsTxIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2StatsRxPortTable,
     0, nullptr, nullptr};
 
@@ -951,7 +951,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxPortEntry = {
     "lldpV2StatsTxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2StatsTxPortTable, &lldpv2_tree_node_lldpV2StatsTxIfIndex,
     &lldpv2_tree_node_lldpV2StatsTxIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -960,7 +960,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxIfIndex = {
     "lldpV2StatsTxIfIndex", MIB_KIND_COLUMN, &kSyntax[26],
     &lldpv2_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsTxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320701u,
     &lldpv2_tree_node_lldpV2StatsTxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -969,7 +969,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxDestMACAddress = {
     "lldpV2StatsTxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[27],
     &lldpv2_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsTxPortFramesTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[4], 0x02320702u,
     &lldpv2_tree_node_lldpV2StatsTxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -978,7 +978,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxPortFramesTotal = {
     "lldpV2StatsTxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[28],
     &lldpv2_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsTxLLDPDULengthErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320703u,
     &lldpv2_tree_node_lldpV2StatsTxLLDPDULengthErrors,
     0, nullptr, nullptr};
 
@@ -987,7 +987,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsTxLLDPDULengthErrors = {
     "lldpV2StatsTxLLDPDULengthErrors", MIB_KIND_COLUMN, &kSyntax[29],
     &lldpv2_tree_node_lldpV2StatsTxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[4], 0x02320704u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -996,7 +996,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortTable = {
     "lldpV2StatsRxPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2Statistics, &lldpv2_tree_node_lldpV2StatsRxPortEntry,
     &lldpv2_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1005,7 +1005,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortEntry = {
     "lldpV2StatsRxPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortTable, &lldpv2_tree_node_lldpV2StatsRxDestIfIndex,
     &lldpv2_tree_node_lldpV2StatsRxDestIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1014,7 +1014,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxDestIfIndex = {
     "lldpV2StatsRxDestIfIndex", MIB_KIND_COLUMN, &kSyntax[30],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxDestMACAddress,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320801u,
     &lldpv2_tree_node_lldpV2StatsRxDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1023,7 +1023,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxDestMACAddress = {
     "lldpV2StatsRxDestMACAddress", MIB_KIND_COLUMN, &kSyntax[31],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[5], 0x02320802u,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1032,7 +1032,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortFramesDiscardedTotal = {
     "lldpV2StatsRxPortFramesDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[32],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesErrors,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320803u,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesErrors,
     0, nullptr, nullptr};
 
@@ -1041,7 +1041,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortFramesErrors = {
     "lldpV2StatsRxPortFramesErrors", MIB_KIND_COLUMN, &kSyntax[33],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesTotal,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320804u,
     &lldpv2_tree_node_lldpV2StatsRxPortFramesTotal,
     0, nullptr, nullptr};
 
@@ -1050,7 +1050,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortFramesTotal = {
     "lldpV2StatsRxPortFramesTotal", MIB_KIND_COLUMN, &kSyntax[34],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320805u,
     &lldpv2_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal,
     0, nullptr, nullptr};
 
@@ -1059,7 +1059,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortTLVsDiscardedTotal = {
     "lldpV2StatsRxPortTLVsDiscardedTotal", MIB_KIND_COLUMN, &kSyntax[35],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320806u,
     &lldpv2_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal,
     0, nullptr, nullptr};
 
@@ -1068,7 +1068,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortTLVsUnrecognizedTotal = {
     "lldpV2StatsRxPortTLVsUnrecognizedTotal", MIB_KIND_COLUMN, &kSyntax[36],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2StatsRxPortAgeoutsTotal,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320807u,
     &lldpv2_tree_node_lldpV2StatsRxPortAgeoutsTotal,
     0, nullptr, nullptr};
 
@@ -1077,7 +1077,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2StatsRxPortAgeoutsTotal = {
     "lldpV2StatsRxPortAgeoutsTotal", MIB_KIND_COLUMN, &kSyntax[37],
     &lldpv2_tree_node_lldpV2StatsRxPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocChassisIdSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[5], 0x02320808u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1086,7 +1086,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocalSystemData = {
     "lldpV2LocalSystemData", MIB_KIND_SCALAR_GROUP, nullptr,
     &lldpv2_tree_node_lldpV2Objects, &lldpv2_tree_node_lldpV2LocChassisIdSubtype,
     &lldpv2_tree_node_lldpV2LocChassisIdSubtype,
-    0, 3, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2RemoteSystemsData,
     0, nullptr, nullptr};
 
@@ -1095,7 +1095,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocChassisIdSubtype = {
     "lldpV2LocChassisIdSubtype", MIB_KIND_SCALAR, &kSyntax[38],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocChassisId,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320901u,
     &lldpv2_tree_node_lldpV2LocChassisId,
     0, nullptr, nullptr};
 
@@ -1104,7 +1104,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocChassisId = {
     "lldpV2LocChassisId", MIB_KIND_SCALAR, &kSyntax[39],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocSysName,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320902u,
     &lldpv2_tree_node_lldpV2LocSysName,
     0, nullptr, nullptr};
 
@@ -1113,7 +1113,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocSysName = {
     "lldpV2LocSysName", MIB_KIND_SCALAR, &kSyntax[40],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocSysDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320903u,
     &lldpv2_tree_node_lldpV2LocSysDesc,
     0, nullptr, nullptr};
 
@@ -1122,7 +1122,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocSysDesc = {
     "lldpV2LocSysDesc", MIB_KIND_SCALAR, &kSyntax[41],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocSysCapSupported,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320904u,
     &lldpv2_tree_node_lldpV2LocSysCapSupported,
     0, nullptr, nullptr};
 
@@ -1131,7 +1131,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocSysCapSupported = {
     "lldpV2LocSysCapSupported", MIB_KIND_SCALAR, &kSyntax[42],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocSysCapEnabled,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320905u,
     &lldpv2_tree_node_lldpV2LocSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -1140,7 +1140,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocSysCapEnabled = {
     "lldpV2LocSysCapEnabled", MIB_KIND_SCALAR, &kSyntax[43],
     &lldpv2_tree_node_lldpV2LocalSystemData, nullptr,
     &lldpv2_tree_node_lldpV2LocPortIfIndex,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, nullptr, 0x02320906u,
     &lldpv2_tree_node_lldpV2LocPortTable,
     0, nullptr, nullptr};
 
@@ -1149,7 +1149,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortTable = {
     "lldpV2LocPortTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2LocalSystemData, &lldpv2_tree_node_lldpV2LocPortEntry,
     &lldpv2_tree_node_lldpV2LocPortIfIndex,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2LocManAddrTable,
     0, nullptr, nullptr};
 
@@ -1158,7 +1158,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortEntry = {
     "lldpV2LocPortEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2LocPortTable, &lldpv2_tree_node_lldpV2LocPortIfIndex,
     &lldpv2_tree_node_lldpV2LocPortIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1167,7 +1167,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortIfIndex = {
     "lldpV2LocPortIfIndex", MIB_KIND_COLUMN, &kSyntax[44],
     &lldpv2_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocPortIdSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[6], 0x02320A01u,
     &lldpv2_tree_node_lldpV2LocPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1176,7 +1176,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortIdSubtype = {
     "lldpV2LocPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[45],
     &lldpv2_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocPortId,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A02u,
     &lldpv2_tree_node_lldpV2LocPortId,
     0, nullptr, nullptr};
 
@@ -1185,7 +1185,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortId = {
     "lldpV2LocPortId", MIB_KIND_COLUMN, &kSyntax[46],
     &lldpv2_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocPortDesc,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A03u,
     &lldpv2_tree_node_lldpV2LocPortDesc,
     0, nullptr, nullptr};
 
@@ -1194,7 +1194,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocPortDesc = {
     "lldpV2LocPortDesc", MIB_KIND_COLUMN, &kSyntax[47],
     &lldpv2_tree_node_lldpV2LocPortEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[6], 0x02320A04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1203,7 +1203,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrTable = {
     "lldpV2LocManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2LocalSystemData, &lldpv2_tree_node_lldpV2LocManAddrEntry,
     &lldpv2_tree_node_lldpV2LocManAddrSubtype,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1212,7 +1212,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrEntry = {
     "lldpV2LocManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrTable, &lldpv2_tree_node_lldpV2LocManAddrSubtype,
     &lldpv2_tree_node_lldpV2LocManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1221,7 +1221,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrSubtype = {
     "lldpV2LocManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[48],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B01u,
     &lldpv2_tree_node_lldpV2LocManAddr,
     0, nullptr, nullptr};
 
@@ -1230,7 +1230,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddr = {
     "lldpV2LocManAddr", MIB_KIND_COLUMN, &kSyntax[49],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrLen,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[7], 0x02320B02u,
     &lldpv2_tree_node_lldpV2LocManAddrLen,
     0, nullptr, nullptr};
 
@@ -1239,7 +1239,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrLen = {
     "lldpV2LocManAddrLen", MIB_KIND_COLUMN, &kSyntax[50],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrIfSubtype,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B03u,
     &lldpv2_tree_node_lldpV2LocManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -1248,7 +1248,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrIfSubtype = {
     "lldpV2LocManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[51],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrIfId,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B04u,
     &lldpv2_tree_node_lldpV2LocManAddrIfId,
     0, nullptr, nullptr};
 
@@ -1257,7 +1257,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrIfId = {
     "lldpV2LocManAddrIfId", MIB_KIND_COLUMN, &kSyntax[52],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2LocManAddrOID,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B05u,
     &lldpv2_tree_node_lldpV2LocManAddrOID,
     0, nullptr, nullptr};
 
@@ -1266,7 +1266,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2LocManAddrOID = {
     "lldpV2LocManAddrOID", MIB_KIND_COLUMN, &kSyntax[53],
     &lldpv2_tree_node_lldpV2LocManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemTimeMark,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[7], 0x02320B06u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1275,7 +1275,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemoteSystemsData = {
     "lldpV2RemoteSystemsData", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2Objects, &lldpv2_tree_node_lldpV2RemTable,
     &lldpv2_tree_node_lldpV2RemTimeMark,
-    0, 4, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2Extensions,
     0, nullptr, nullptr};
 
@@ -1284,7 +1284,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemTable = {
     "lldpV2RemTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2RemoteSystemsData, &lldpv2_tree_node_lldpV2RemEntry,
     &lldpv2_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2RemManAddrTable,
     0, nullptr, nullptr};
 
@@ -1293,7 +1293,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemEntry = {
     "lldpV2RemEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2RemTable, &lldpv2_tree_node_lldpV2RemTimeMark,
     &lldpv2_tree_node_lldpV2RemTimeMark,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1302,7 +1302,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemTimeMark = {
     "lldpV2RemTimeMark", MIB_KIND_COLUMN, &kSyntax[54],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemLocalIfIndex,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C01u,
     &lldpv2_tree_node_lldpV2RemLocalIfIndex,
     0, nullptr, nullptr};
 
@@ -1311,7 +1311,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemLocalIfIndex = {
     "lldpV2RemLocalIfIndex", MIB_KIND_COLUMN, &kSyntax[55],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemLocalDestMACAddress,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C02u,
     &lldpv2_tree_node_lldpV2RemLocalDestMACAddress,
     0, nullptr, nullptr};
 
@@ -1320,7 +1320,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemLocalDestMACAddress = {
     "lldpV2RemLocalDestMACAddress", MIB_KIND_COLUMN, &kSyntax[56],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemIndex,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C03u,
     &lldpv2_tree_node_lldpV2RemIndex,
     0, nullptr, nullptr};
 
@@ -1329,7 +1329,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemIndex = {
     "lldpV2RemIndex", MIB_KIND_COLUMN, &kSyntax[57],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemChassisIdSubtype,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[8], 0x02320C04u,
     &lldpv2_tree_node_lldpV2RemChassisIdSubtype,
     0, nullptr, nullptr};
 
@@ -1338,7 +1338,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemChassisIdSubtype = {
     "lldpV2RemChassisIdSubtype", MIB_KIND_COLUMN, &kSyntax[58],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemChassisId,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C05u,
     &lldpv2_tree_node_lldpV2RemChassisId,
     0, nullptr, nullptr};
 
@@ -1347,7 +1347,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemChassisId = {
     "lldpV2RemChassisId", MIB_KIND_COLUMN, &kSyntax[59],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemPortIdSubtype,
-    0, 6, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
+    0, 6, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C06u,
     &lldpv2_tree_node_lldpV2RemPortIdSubtype,
     0, nullptr, nullptr};
 
@@ -1356,7 +1356,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemPortIdSubtype = {
     "lldpV2RemPortIdSubtype", MIB_KIND_COLUMN, &kSyntax[60],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemPortId,
-    0, 7, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
+    0, 7, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C07u,
     &lldpv2_tree_node_lldpV2RemPortId,
     0, nullptr, nullptr};
 
@@ -1365,7 +1365,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemPortId = {
     "lldpV2RemPortId", MIB_KIND_COLUMN, &kSyntax[61],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemPortDesc,
-    0, 8, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
+    0, 8, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C08u,
     &lldpv2_tree_node_lldpV2RemPortDesc,
     0, nullptr, nullptr};
 
@@ -1374,7 +1374,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemPortDesc = {
     "lldpV2RemPortDesc", MIB_KIND_COLUMN, &kSyntax[62],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemSysName,
-    0, 9, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
+    0, 9, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C09u,
     &lldpv2_tree_node_lldpV2RemSysName,
     0, nullptr, nullptr};
 
@@ -1383,7 +1383,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemSysName = {
     "lldpV2RemSysName", MIB_KIND_COLUMN, &kSyntax[63],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemSysDesc,
-    0, 10, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
+    0, 10, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Au,
     &lldpv2_tree_node_lldpV2RemSysDesc,
     0, nullptr, nullptr};
 
@@ -1392,7 +1392,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemSysDesc = {
     "lldpV2RemSysDesc", MIB_KIND_COLUMN, &kSyntax[64],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemSysCapSupported,
-    0, 11, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
+    0, 11, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Bu,
     &lldpv2_tree_node_lldpV2RemSysCapSupported,
     0, nullptr, nullptr};
 
@@ -1401,7 +1401,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemSysCapSupported = {
     "lldpV2RemSysCapSupported", MIB_KIND_COLUMN, &kSyntax[65],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemSysCapEnabled,
-    0, 12, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
+    0, 12, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Cu,
     &lldpv2_tree_node_lldpV2RemSysCapEnabled,
     0, nullptr, nullptr};
 
@@ -1410,7 +1410,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemSysCapEnabled = {
     "lldpV2RemSysCapEnabled", MIB_KIND_COLUMN, &kSyntax[66],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemRemoteChanges,
-    0, 13, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
+    0, 13, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Du,
     &lldpv2_tree_node_lldpV2RemRemoteChanges,
     0, nullptr, nullptr};
 
@@ -1419,7 +1419,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemRemoteChanges = {
     "lldpV2RemRemoteChanges", MIB_KIND_COLUMN, &kSyntax[67],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemTooManyNeighbors,
-    0, 14, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
+    0, 14, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Eu,
     &lldpv2_tree_node_lldpV2RemTooManyNeighbors,
     0, nullptr, nullptr};
 
@@ -1428,7 +1428,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemTooManyNeighbors = {
     "lldpV2RemTooManyNeighbors", MIB_KIND_COLUMN, &kSyntax[68],
     &lldpv2_tree_node_lldpV2RemEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddrSubtype,
-    0, 15, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
+    0, 15, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[8], 0x02320C0Fu,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1437,7 +1437,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrTable = {
     "lldpV2RemManAddrTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2RemoteSystemsData, &lldpv2_tree_node_lldpV2RemManAddrEntry,
     &lldpv2_tree_node_lldpV2RemManAddrSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2RemUnknownTLVTable,
     0, nullptr, nullptr};
 
@@ -1446,7 +1446,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrEntry = {
     "lldpV2RemManAddrEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddrTable, &lldpv2_tree_node_lldpV2RemManAddrSubtype,
     &lldpv2_tree_node_lldpV2RemManAddrSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1455,7 +1455,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrSubtype = {
     "lldpV2RemManAddrSubtype", MIB_KIND_COLUMN, &kSyntax[69],
     &lldpv2_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddr,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D01u,
     &lldpv2_tree_node_lldpV2RemManAddr,
     0, nullptr, nullptr};
 
@@ -1464,7 +1464,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddr = {
     "lldpV2RemManAddr", MIB_KIND_COLUMN, &kSyntax[70],
     &lldpv2_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddrIfSubtype,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[9], 0x02320D02u,
     &lldpv2_tree_node_lldpV2RemManAddrIfSubtype,
     0, nullptr, nullptr};
 
@@ -1473,7 +1473,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrIfSubtype = {
     "lldpV2RemManAddrIfSubtype", MIB_KIND_COLUMN, &kSyntax[71],
     &lldpv2_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddrIfId,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D03u,
     &lldpv2_tree_node_lldpV2RemManAddrIfId,
     0, nullptr, nullptr};
 
@@ -1482,7 +1482,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrIfId = {
     "lldpV2RemManAddrIfId", MIB_KIND_COLUMN, &kSyntax[72],
     &lldpv2_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemManAddrOID,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D04u,
     &lldpv2_tree_node_lldpV2RemManAddrOID,
     0, nullptr, nullptr};
 
@@ -1491,7 +1491,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemManAddrOID = {
     "lldpV2RemManAddrOID", MIB_KIND_COLUMN, &kSyntax[73],
     &lldpv2_tree_node_lldpV2RemManAddrEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemUnknownTLVType,
-    0, 5, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
+    0, 5, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[9], 0x02320D05u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1500,7 +1500,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemUnknownTLVTable = {
     "lldpV2RemUnknownTLVTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2RemoteSystemsData, &lldpv2_tree_node_lldpV2RemUnknownTLVEntry,
     &lldpv2_tree_node_lldpV2RemUnknownTLVType,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoTable,
     0, nullptr, nullptr};
 
@@ -1509,7 +1509,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemUnknownTLVEntry = {
     "lldpV2RemUnknownTLVEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2RemUnknownTLVTable, &lldpv2_tree_node_lldpV2RemUnknownTLVType,
     &lldpv2_tree_node_lldpV2RemUnknownTLVType,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1518,7 +1518,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemUnknownTLVType = {
     "lldpV2RemUnknownTLVType", MIB_KIND_COLUMN, &kSyntax[74],
     &lldpv2_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemUnknownTLVInfo,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[10], 0x02320E01u,
     &lldpv2_tree_node_lldpV2RemUnknownTLVInfo,
     0, nullptr, nullptr};
 
@@ -1527,7 +1527,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemUnknownTLVInfo = {
     "lldpV2RemUnknownTLVInfo", MIB_KIND_COLUMN, &kSyntax[75],
     &lldpv2_tree_node_lldpV2RemUnknownTLVEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[10], 0x02320E02u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1536,7 +1536,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfoTable = {
     "lldpV2RemOrgDefInfoTable", MIB_KIND_TABLE, nullptr,
     &lldpv2_tree_node_lldpV2RemoteSystemsData, &lldpv2_tree_node_lldpV2RemOrgDefInfoEntry,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1545,7 +1545,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfoEntry = {
     "lldpV2RemOrgDefInfoEntry", MIB_KIND_ENTRY, nullptr,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoTable, &lldpv2_tree_node_lldpV2RemOrgDefInfoOUI,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoOUI,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1554,7 +1554,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfoOUI = {
     "lldpV2RemOrgDefInfoOUI", MIB_KIND_COLUMN, &kSyntax[76],
     &lldpv2_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoSubtype,
-    0, 1, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
+    0, 1, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F01u,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoSubtype,
     0, nullptr, nullptr};
 
@@ -1563,7 +1563,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfoSubtype = {
     "lldpV2RemOrgDefInfoSubtype", MIB_KIND_COLUMN, &kSyntax[77],
     &lldpv2_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoIndex,
-    0, 2, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
+    0, 2, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F02u,
     &lldpv2_tree_node_lldpV2RemOrgDefInfoIndex,
     0, nullptr, nullptr};
 
@@ -1572,7 +1572,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfoIndex = {
     "lldpV2RemOrgDefInfoIndex", MIB_KIND_COLUMN, &kSyntax[78],
     &lldpv2_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     &lldpv2_tree_node_lldpV2RemOrgDefInfo,
-    0, 3, "", MIB_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
+    0, 3, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_NOT_ACCESSIBLE, &kIndex[11], 0x02320F03u,
     &lldpv2_tree_node_lldpV2RemOrgDefInfo,
     0, nullptr, nullptr};
 
@@ -1581,7 +1581,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2RemOrgDefInfo = {
     "lldpV2RemOrgDefInfo", MIB_KIND_COLUMN, &kSyntax[79],
     &lldpv2_tree_node_lldpV2RemOrgDefInfoEntry, nullptr,
     nullptr,
-    0, 4, "", MIB_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
+    0, 4, "", MIB_NODE_STATUS_CURRENT, MIB_ACCESS_READ_ONLY, &kIndex[11], 0x02320F04u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1590,7 +1590,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Extensions = {
     "lldpV2Extensions", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2Objects, nullptr,
     nullptr,
-    0, 5, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 5, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1599,7 +1599,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Conformance = {
     "lldpV2Conformance", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2MIB, &lldpv2_tree_node_lldpV2Compliances,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};
 
@@ -1608,7 +1608,7 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Compliances = {
     "lldpV2Compliances", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 1, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 1, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     &lldpv2_tree_node_lldpV2Groups,
     0, nullptr, nullptr};
 
@@ -1617,6 +1617,6 @@ const MIB_NODE_S lldpv2_tree_node_lldpV2Groups = {
     "lldpV2Groups", MIB_KIND_BRANCH, nullptr,
     &lldpv2_tree_node_lldpV2Conformance, nullptr,
     nullptr,
-    0, 2, "", MIB_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
+    0, 2, "", MIB_NODE_STATUS_NONE, MIB_ACCESS_BRANCH, nullptr, 0x00000000u,
     nullptr,
     0, nullptr, nullptr};

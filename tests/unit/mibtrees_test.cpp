@@ -482,7 +482,7 @@ TEST_P(MibTreeTest, CongestionNotificationSubtreeIsNeverServed) {
 TEST_P(MibTreeTest, FieldsFollowTheNodeKind) {
     for (const MIB_NODE_S *n : tree().nodes()) {
         SCOPED_TRACE(n->name);
-        const bool borrowed = n->status == MIB_STATUS_BORROWED;
+        const bool borrowed = n->status == MIB_NODE_STATUS_BORROWED;
         switch (n->kind) {
             case MIB_KIND_BRANCH:
             case MIB_KIND_SCALAR_GROUP:
@@ -516,7 +516,7 @@ TEST_P(MibTreeTest, FieldsFollowTheNodeKind) {
         }
         const bool object = n->kind <= MIB_KIND_SCALAR;
         if (object && !borrowed) {
-            EXPECT_EQ(n->status, static_cast<uint32_t>(MIB_STATUS_CURRENT));
+            EXPECT_EQ(n->status, static_cast<uint32_t>(MIB_NODE_STATUS_CURRENT));
         }
         EXPECT_EQ(n->syntax != nullptr, TreeView::IsLeaf(n));
         EXPECT_NE(n->defaultValue, nullptr);

@@ -73,9 +73,9 @@ const char *AccessName(uint32_t access) {
 
 const char *StatusName(uint32_t status) {
     switch (status) {
-        case kStatusNone: return "MIB_STATUS_NONE";
-        case kStatusBorrowed: return "MIB_STATUS_BORROWED";
-        case kStatusCurrent: return "MIB_STATUS_CURRENT";
+        case kStatusNone: return "MIB_NODE_STATUS_NONE";
+        case kStatusBorrowed: return "MIB_NODE_STATUS_BORROWED";
+        case kStatusCurrent: return "MIB_NODE_STATUS_CURRENT";
         default: throw std::logic_error("unknown status");
     }
 }

@@ -1,0 +1,340 @@
+#include "engine.h"
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+
+#include <map>
+#include <tuple>
+
+namespace lldpv2agent {
+
+namespace {
+
+// Bound on the rows a get-next skips when a module's row order disagrees
+// with the order of the encoded instances (or the start index was beyond a
+// column's range): a walk never loops.
+constexpr int kMaxSkippedRows = 100000;
+
+bool IsScalar(const MIB_NODE_S *leaf) { return leaf->kind == MIB_KIND_SCALAR; }
+
+}  // namespace
+
+int GetExceptionOf(uint32_t code) {
+    switch (code) {
+        case kMorNoProcessor:
+        case kMorNotServed:
+            return SNMP_NOSUCHOBJECT;
+        case kMorNoSuchInstance:
+        case kMorNoNextInstance:
+        case kMorEndOfTable:
+        case kMorServiceDown:
+        case kDaemonNoEntry:
+        case kDaemonNoSuchRow:
+            return SNMP_NOSUCHINSTANCE;
+        default:
+            return 0;
+    }
+}
+
+WalkStep WalkStepOf(uint32_t code) {
+    switch (code) {
+        case kMorNoNextInstance:
+        case kMorEndOfTable:
+        case kMorNoSuchInstance:
+        case kMorServiceDown:
+        case kDaemonNoEntry:
+        case kDaemonNoSuchRow:
+            return WalkStep::NextLeaf;
+        case kMorNoProcessor:
+        case kMorNotServed:
+            return WalkStep::SkipTable;
+        default:
+            return WalkStep::Fail;
+    }
+}
+
+int SetErrorOf(uint32_t code) {
+    switch (code) {
+        case kMorSetRefused:
+        case kMorBadRowStatus:
+            return SNMP_ERR_WRONGVALUE;
+        case kMorRowNotUsable:
+        case kMorRowConflict:
+            return SNMP_ERR_INCONSISTENTVALUE;
+        case kMorCreateRefused:
+        case kMorServiceDown:
+            return SNMP_ERR_RESOURCEUNAVAILABLE;
+        case kMorRowMissing:
+        case kMorNoSuchInstance:
+            return SNMP_ERR_NOCREATION;
+        case kMorReadOnly:
+        case kMorNoProcessor:
+        case kMorNotServed:
+            return SNMP_ERR_NOTWRITABLE;
+        default:
+            return SNMP_ERR_GENERR;
+    }
+}
+
+size_t SetGroup::Blame(uint32_t paraIndex) const {
+    if (paraIndex == MOR_PARA_INDEX_ALL || paraIndex < indexParams) return members.front();
+    size_t pos = paraIndex - indexParams;
+    return pos < members.size() ? members[pos] : members.front();
+}
+
+std::vector<SetGroup> GroupSets(const std::vector<SetTarget> &targets) {
+    std::vector<SetGroup> groups;
+    // Rows by (module, table, instance) -> group position.
+    std::map<std::tuple<uint32_t, uint32_t, Oid>, size_t> rows;
+    for (size_t i = 0; i < targets.size(); ++i) {
+        const SetTarget &t = targets[i];
+        uint32_t module = ModuleOf(t.leaf->morId);
+        uint32_t table = TableOf(t.leaf->morId);
+        size_t g = groups.size();
+        if (!IsScalar(t.leaf)) {
+            Oid instance;
+            EncodeInstance(t.leaf->indexList, t.index, instance);
+            auto [it, added] = rows.emplace(std::make_tuple(module, table, std::move(instance)), g);
+            g = it->second;
+            if (added) groups.emplace_back();
+        } else {
+            groups.emplace_back();
+        }
+        SetGroup &group = groups[g];
+        if (group.members.empty()) {
+            group.moduleId = module;
+            group.request = lldpv2host::MakeRequest(MOR_OP_SET, table);
+            if (!IsScalar(t.leaf)) {
+                AddIndexParams(group.request, t.leaf->indexList, t.index);
+                group.indexParams = group.request.params.size();
+            }
+        }
+        AddValueParam(group.request, t.leaf, t.value);
+        group.members.push_back(i);
+    }
+    return groups;
+}
+
+uint32_t Engine::Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2host::MorMessage &reply) {
+    uint32_t status = deliver_(moduleId, request, reply);
+    if (status == 0 && reply.hasError) status = reply.errorCode != 0 ? reply.errorCode : kMorNotServed;
+    return status;
+}
+
+GetResult Engine::ReadLeaf(const MIB_NODE_S *leaf, const Index *index) {
+    GetResult result;
+    lldpv2host::MorMessage request = lldpv2host::MakeRequest(MOR_OP_GET, TableOf(leaf->morId));
+    if (index != nullptr) AddIndexParams(request, leaf->indexList, *index);
+    lldpv2host::AddColumn(request, leaf->morId);
+    lldpv2host::MorMessage reply;
+    uint32_t status = Send(ModuleOf(leaf->morId), request, reply);
+    if (status != 0) {
+        result.exception = GetExceptionOf(status);
+        result.failed = result.exception == 0;
+        if (result.failed) snmp_log(LOG_WARNING, "get of %s failed: 0x%X\n", leaf->name, status);
+        return result;
+    }
+    const lldpv2host::MorParam *param = lldpv2host::FindParam(reply, leaf->morId);
+    if (param == nullptr) {
+        result.exception = SNMP_NOSUCHINSTANCE;
+        return result;
+    }
+    std::optional<SnmpValue> value = ValueFromParam(leaf, *param);
+    if (!value) {
+        snmp_log(LOG_WARNING, "reply for %s does not fit its syntax: %s\n", leaf->name,
+                 lldpv2host::Describe(reply).c_str());
+        result.failed = true;
+        return result;
+    }
+    result.value = std::move(*value);
+    return result;
+}
+
+GetResult Engine::Get(const MibTree &tree, std::span<const uint32_t> oid) {
+    GetResult result;
+    Location loc = tree.Locate(oid);
+    if (!loc.inTree || !IsServedLeaf(loc.node)) {
+        result.exception = SNMP_NOSUCHOBJECT;
+        return result;
+    }
+    const MIB_NODE_S *leaf = loc.node;
+    std::span<const uint32_t> instance = oid.subspan(loc.depth);
+    if (IsScalar(leaf)) {
+        if (instance.size() != 1 || instance[0] != 0) {
+            result.exception = SNMP_NOSUCHINSTANCE;
+            return result;
+        }
+        return ReadLeaf(leaf, nullptr);
+    }
+    std::optional<Index> index = DecodeInstance(leaf->indexList, instance);
+    if (!index) {
+        result.exception = leaf->indexList != nullptr ? SNMP_NOSUCHINSTANCE : SNMP_NOSUCHOBJECT;
+        return result;
+    }
+    return ReadLeaf(leaf, &*index);
+}
+
+NextResult Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
+                                WalkStep &step) {
+    NextResult result;
+    const MIB_INDEX_LIST_S *list = leaf->indexList;
+    if (list == nullptr) {
+        step = WalkStep::NextLeaf;
+        return result;
+    }
+    const Oid &leafOid = tree.OidOf(leaf);
+    Oid asked = leafOid;
+    asked.insert(asked.end(), instance.begin(), instance.end());
+
+    StartIndex start = instance.empty() ? StartIndex{} : DecodeStart(list, instance);
+    if (start.padded && start.values.size() == list->count) {
+        // The smallest index that the cut-short instance prefixes follows
+        // the instance itself, and a get-next from it would pass it by.
+        GetResult exact = ReadLeaf(leaf, &start.values);
+        if (!exact.failed && exact.exception == 0) {
+            result.status = NextResult::Found;
+            result.oid = leafOid;
+            EncodeInstance(list, start.values, result.oid);
+            result.value = std::move(exact.value);
+            return result;
+        }
+    }
+
+    Index from = std::move(start.values);
+    for (int skipped = 0; skipped < kMaxSkippedRows; ++skipped) {
+        lldpv2host::MorMessage request = lldpv2host::MakeRequest(MOR_OP_GETNEXT, TableOf(leaf->morId));
+        AddIndexParams(request, list, from);
+        lldpv2host::AddColumn(request, leaf->morId);
+        lldpv2host::MorMessage reply;
+        uint32_t status = Send(ModuleOf(leaf->morId), request, reply);
+        if (status != 0) {
+            step = WalkStepOf(status);
+            if (step == WalkStep::Fail) {
+                snmp_log(LOG_WARNING, "get-next of %s failed: 0x%X\n", leaf->name, status);
+                result.status = NextResult::Failed;
+            }
+            return result;
+        }
+        std::optional<Index> found = IndexFromReply(list, reply);
+        const lldpv2host::MorParam *param = lldpv2host::FindParam(reply, leaf->morId);
+        std::optional<SnmpValue> value;
+        if (param != nullptr) value = ValueFromParam(leaf, *param);
+        if (!found || !value) {
+            snmp_log(LOG_WARNING, "get-next reply for %s lacks its index or value: %s\n", leaf->name,
+                     lldpv2host::Describe(reply).c_str());
+            result.status = NextResult::Failed;
+            return result;
+        }
+        Oid oid = leafOid;
+        EncodeInstance(list, *found, oid);
+        bool valid = DecodeInstance(list, std::span<const uint32_t>(oid).subspan(leafOid.size())).has_value();
+        if (!valid) {
+            // An index its own syntax refuses could not be asked for by get:
+            // the row is passed over so that walk and get agree.
+            snmp_log(LOG_WARNING, "get-next reply for %s names an instance outside its index syntax: %s\n",
+                     leaf->name, lldpv2host::Describe(reply).c_str());
+        } else if (CompareOid(oid, asked) > 0) {
+            result.status = NextResult::Found;
+            result.oid = std::move(oid);
+            result.value = std::move(*value);
+            return result;
+        }
+        if (*found == from) break;  // no progress: the module repeats itself
+        from = std::move(*found);
+    }
+    step = WalkStep::NextLeaf;
+    return result;
+}
+
+NextResult Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
+                           std::span<const uint32_t> limit) {
+    NextResult result;
+    MibTree::Start start = tree.StartOf(oid);
+    if (inclusive && start.leaf != nullptr && !start.instance.empty()) {
+        GetResult exact = Get(tree, oid);
+        if (exact.exception == 0 && !exact.failed) {
+            result.status = NextResult::Found;
+            result.oid.assign(oid.begin(), oid.end());
+            result.value = std::move(exact.value);
+            return result;
+        }
+    }
+    const MIB_NODE_S *leaf = start.leaf;
+    std::span<const uint32_t> instance = start.instance;
+    while (leaf != nullptr) {
+        const Oid &leafOid = tree.OidOf(leaf);
+        if (!limit.empty() && CompareOid(leafOid, limit) >= 0) break;
+        WalkStep step = WalkStep::NextLeaf;
+        if (!IsServedLeaf(leaf)) {
+            step = WalkStep::NextLeaf;
+        } else if (IsScalar(leaf)) {
+            // A scalar has the one instance .0, which follows only the bare
+            // scalar OID.
+            if (instance.empty()) {
+                GetResult r = ReadLeaf(leaf, nullptr);
+                if (r.failed) {
+                    result.status = NextResult::Failed;
+                    return result;
+                }
+                if (r.exception == 0) {
+                    result.status = NextResult::Found;
+                    result.oid = leafOid;
+                    result.oid.push_back(0);
+                    result.value = std::move(r.value);
+                    return result;
+                }
+                if (r.exception == SNMP_NOSUCHOBJECT) step = WalkStep::SkipTable;
+            }
+        } else {
+            NextResult r = NextInColumn(tree, leaf, instance, step);
+            if (r.status != NextResult::End) return r;
+        }
+        const MIB_NODE_S *next = leaf->nextLeaf;
+        if (step == WalkStep::SkipTable) {
+            // Every leaf of a table (or scalar group) without a processor
+            // gives the same answer: pass them all.
+            uint32_t morId = leaf->morId;
+            while (next != nullptr && next->morId != 0 && ModuleOf(next->morId) == ModuleOf(morId) &&
+                   TableOf(next->morId) == TableOf(morId) && next->parent == leaf->parent) {
+                next = next->nextLeaf;
+            }
+        }
+        leaf = next;
+        instance = {};
+    }
+    return result;
+}
+
+int Engine::ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const SnmpValue &value,
+                       SetTarget &target) {
+    Location loc = tree.Locate(oid);
+    if (!loc.inTree || !IsServedLeaf(loc.node)) return SNMP_ERR_NOTWRITABLE;
+    const MIB_NODE_S *leaf = loc.node;
+    if (int err = CheckSetValue(leaf, value)) return err;
+    std::span<const uint32_t> instance = oid.subspan(loc.depth);
+    target.leaf = leaf;
+    target.value = value;
+    target.index.clear();
+    if (IsScalar(leaf)) return instance.size() == 1 && instance[0] == 0 ? SNMP_ERR_NOERROR : SNMP_ERR_NOCREATION;
+    std::optional<Index> index = DecodeInstance(leaf->indexList, instance);
+    if (!index) return SNMP_ERR_NOCREATION;
+    target.index = std::move(*index);
+    return SNMP_ERR_NOERROR;
+}
+
+GetResult Engine::Read(const SetTarget &target) {
+    return ReadLeaf(target.leaf, IsScalar(target.leaf) ? nullptr : &target.index);
+}
+
+uint32_t Engine::Apply(SetGroup &group, uint32_t &paraIndex) {
+    lldpv2host::MorMessage reply;
+    uint32_t status = deliver_(group.moduleId, group.request, reply);
+    paraIndex = MOR_PARA_INDEX_ALL;
+    if (status != 0 || reply.hasError) {
+        if (reply.hasError) paraIndex = reply.errorIndex;
+        if (status == 0) status = reply.errorCode != 0 ? reply.errorCode : kMorNotServed;
+    }
+    return status;
+}
+
+}  // namespace lldpv2agent

@@ -1,0 +1,134 @@
+#include "snmp_setup.h"
+
+#include <net-snmp/net-snmp-config.h>
+#include <net-snmp/net-snmp-includes.h>
+#include <net-snmp/agent/net-snmp-agent-includes.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <vector>
+
+namespace lldpv2agent {
+
+namespace {
+
+constexpr const char *kMibModules = "LLDP-V2-MIB:LLDP-EXT-DOT1-V2-MIB:LLDP-EXT-DOT3-V2-MIB";
+
+// Quotes a value for a net-snmp configuration line.
+std::string Quoted(const std::string &s) {
+    std::string q = "\"";
+    for (char c : s) {
+        if (c == '"' || c == '\\') q += '\\';
+        q += c;
+    }
+    return q + "\"";
+}
+
+}  // namespace
+
+std::string AgentConfigText(const AccessConfig &access, bool master) {
+    std::ostringstream out;
+    out << "# Written by lldpv2-agent for this run only.\n";
+    if (!master) return out.str();
+    out << "rocommunity " << access.roCommunity << " default\n";
+    out << "rocommunity6 " << access.roCommunity << " default\n";
+    if (access.rwCommunity) {
+        out << "rwcommunity " << *access.rwCommunity << " default\n";
+        out << "rwcommunity6 " << *access.rwCommunity << " default\n";
+    }
+    if (access.v3User) {
+        out << "createUser " << *access.v3User << " SHA " << Quoted(access.v3AuthPass) << " AES "
+            << Quoted(access.v3PrivPass) << "\n";
+        out << "rwuser " << *access.v3User << " priv\n";
+    }
+    return out.str();
+}
+
+bool PrivateConfig::Create(const std::string &appName, const AccessConfig &access, bool master, std::string &error) {
+    std::string base = std::filesystem::temp_directory_path().string() + "/lldpv2-agent.XXXXXX";
+    std::vector<char> path(base.begin(), base.end());
+    path.push_back('\0');
+    if (mkdtemp(path.data()) == nullptr) {
+        error = "cannot create a private configuration directory under " + base;
+        return false;
+    }
+    dir_ = path.data();
+    // net-snmp keeps its certificate index here; made now so that it does
+    // not announce creating it.
+    mkdir((dir_ + "/cert_indexes").c_str(), 0700);
+    std::string file = dir_ + "/" + appName + ".conf";
+    std::ofstream out(file);
+    out << AgentConfigText(access, master);
+    out.close();
+    if (!out) {
+        error = "cannot write " + file;
+        return false;
+    }
+    chmod(file.c_str(), 0600);
+    return true;
+}
+
+PrivateConfig::~PrivateConfig() {
+    if (dir_.empty()) return;
+    std::error_code ec;
+    std::filesystem::remove_all(dir_, ec);
+}
+
+void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<std::string> &agentxSocket) {
+    // Configuration and persistent state only from the private directory.
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_CONFIGURATION_DIR, dir.c_str());
+    netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_PERSISTENT_DIR, dir.c_str());
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_LOAD, 1);
+    netsnmp_ds_set_boolean(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_DISABLE_PERSISTENT_SAVE, 1);
+    // The agent answers from the node records and needs no MIB module text.
+    setenv("MIBS", "", 1);
+    setenv("MIBDIRS", dir.c_str(), 1);
+    unsetenv("SNMPCONFPATH");
+    unsetenv("SNMP_PERSISTENT_DIR");
+
+    // The agent serves its own objects only: no SMUX peers.
+    char noSmux[] = "-smux";
+    add_to_init_list(noSmux);
+
+    if (agentxSocket) {
+        netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
+        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, agentxSocket->c_str());
+        // Reconnect when the master restarts.
+        netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, 5);
+    } else {
+        netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0);
+        netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_MASTER, 0);
+        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, listen.c_str());
+    }
+}
+
+std::string UsageHints(const std::string &target, const std::string &mibsDir, const AccessConfig &access) {
+    std::string mibs = (mibsDir.empty() ? std::string() : "-M " + mibsDir + " ") + "-m " + kMibModules;
+    std::string ro = "-v2c -c " + access.roCommunity + " " + mibs + " " + target;
+    std::ostringstream out;
+    out << "Query the LLDP-V2 objects with net-snmp's tools:\n";
+    out << "  snmpwalk " << ro << " lldpV2MIB\n";
+    out << "  snmpbulkwalk " << ro << " lldpV2Configuration\n";
+    out << "  snmpbulkwalk " << ro << " lldpV2Xdot1MIB\n";
+    out << "  snmpbulkwalk " << ro << " lldpV2Xdot3MIB\n";
+    out << "  snmptable -Ci " << ro << " lldpV2PortConfigTable\n";
+    out << "  snmptable -Ci " << ro << " lldpV2RemTable\n";
+    out << "  snmpget " << ro << " lldpV2MessageTxInterval.0\n";
+    if (access.rwCommunity) {
+        out << "  snmpset -v2c -c " << *access.rwCommunity << " " << mibs << " " << target
+            << " lldpV2MessageTxInterval.0 = 40\n";
+    }
+    if (access.v3User) {
+        out << "  snmpset -v3 -l authPriv -u " << *access.v3User << " -a SHA -A <auth pass> -x AES -X <priv pass> "
+            << mibs << " " << target << " lldpV2MessageTxInterval.0 = 40\n";
+    }
+    if (!access.rwCommunity && !access.v3User) out << "  (read-only: start with --rwcommunity NAME to allow sets)\n";
+    return out.str();
+}
+
+}  // namespace lldpv2agent

@@ -177,6 +177,20 @@ uint32_t Found(const std::vector<uint8_t> &result, uint16_t capacity, uint16_t *
     return 0;
 }
 
+// Whether a port of the interface type has rows of the item: DCBX runs on
+// Ethernet ports only, and the 802.1 data on the port types that carry it
+// (link aggregation on every ordinary LLDP port, the rest also on
+// aggregates). A row the management module would refuse by its port type
+// must not show up in a walk either, or the walk could not move past it.
+bool CarriesRows(uint32_t item, uint32_t selector, uint32_t type) {
+    static constexpr uint32_t kDcbxTypes[] = {18, 19, 21, 68, 69, 88};
+    static constexpr uint32_t kDot1Types[] = {18, 19, 21, 88, 68, 69, 56};
+    const auto in = [type](const auto &types) { return std::find(std::begin(types), std::end(types), type) != std::end(types); };
+    if (item == LLDP_ITEM_DCBX_ADMIN || item == LLDP_ITEM_DCBX_LOC) return in(kDcbxTypes);
+    if (item == LLDP_ITEM_DOT1_LOC && selector != 5) return in(kDot1Types);
+    return true;
+}
+
 // Items 19, 23 and 24: rows keyed by (ifIndex, index2, index3) over the
 // node's ports.
 uint32_t PortRowsNext(uint32_t item, Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
@@ -191,6 +205,7 @@ uint32_t PortRowsNext(uint32_t item, Daemon &d, LLDP_INDEX_PARA_S *para, uint16_
     for (const Interface &intf : InterfacesOfNode(d.node)) {
         if (intf.ifIndex < start || !IsLldpPort(intf)) continue;
         if (item != LLDP_ITEM_DCBX_ADMIN && intf.lldpData == 0) continue;
+        if (!CarriesRows(item, selector, intf.type)) continue;
         PortState *port = PortOf(intf.ifIndex);
         if (port == nullptr) continue;
         std::vector<Row> rows;

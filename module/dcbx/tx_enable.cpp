@@ -1,0 +1,149 @@
+// The DCBX transmit switches (table ids 44 to 47): whether a port sends the
+// ETS configuration, ETS recommendation, PFC and application priority TLVs.
+// All four columns read and write the one DCBX transmit flag of the port's
+// nearest-bridge agent, so a set of any of them changes all four; the tables
+// differ only in their MOR ids.
+#include <array>
+#include <cstring>
+
+#include "common/reply.h"
+#include "dcbx/dcbx_common.h"
+#include "dcbx/dcbx_tables.h"
+
+namespace lldpv2::dcbx {
+namespace {
+
+constexpr uint32_t kFirstTable = 44;
+constexpr uint32_t kLastTable = 47;
+constexpr uint32_t kTxEnableColumn = 1;
+
+// Index columns: those of lldpV2PortConfigTable.
+constexpr uint32_t kPortIfIndex = MorId(3, 1);
+constexpr uint32_t kPortDestAddressIndex = MorId(3, 2);
+
+// The only agent with DCBX rows: every get-next row is (port, 1).
+constexpr uint32_t kRowAgent = 1;
+constexpr uint32_t kFalse = 2;
+constexpr uint32_t kTlvCfgCapacity = 4096;
+
+// Selection of the get-next walk, types in the order they are added.
+constexpr uint32_t kSelectKind = 5;
+constexpr std::array<uint32_t, 6> kWalkTypes = {18, 19, 21, 88, 68, 69};
+
+// Words of the transmit change for the DCBX TLV bit.
+constexpr uint32_t kTlvCfgLength = 1044;
+constexpr uint32_t kTlvCfgWord2 = 1;
+constexpr uint32_t kTlvCfgWord3 = 6;
+
+bool IsTxEnableColumn(uint32_t morId) {
+    const uint32_t table = TableOf(morId);
+    return table >= kFirstTable && table <= kLastTable && morId == MorId(table, kTxEnableColumn);
+}
+
+struct Request {
+    LLDP_PORT_AGENT_S index{0, 0};
+    uint32_t value = kFalse;
+};
+
+// Reads the index and, on a set, the new value. Only the column of the
+// request's own table is accepted; the columns of the other three tables
+// are unknown to it.
+IndexWalk Parse(MOR_MSG request, uint16_t mode, Request *rq) {
+    const uint32_t ownColumn = MorId(MOR_GetTableId(request), kTxEnableColumn);
+    return WalkIndex(request, [&](const Param &p) -> uint32_t {
+        switch (p.morId) {
+            case kPortIfIndex:
+                rq->index.port = p.U32();
+                return CheckDcbxPort(rq->index.port, mode);
+            case kPortDestAddressIndex:
+                rq->index.agent = p.U32();
+                return LLDP_mibpub_CheckAgentCfg(rq->index.agent, mode);
+            default: break;
+        }
+        if (p.morId != ownColumn) return kErrUnserved;
+        if (mode == kModeSet) rq->value = p.U32();  // several values: the last wins
+        return kOk;
+    });
+}
+
+// The DCBX transmit flag of (port, agent) as a TruthValue.
+uint32_t ReadFlag(const LLDP_PORT_AGENT_S &index, uint32_t *value) {
+    uint8_t buf[kTlvCfgCapacity];
+    uint16_t len = 0;
+    const uint32_t rc = LLDP_mor_MibGet(index.port, index.agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
+    if (rc != kOk) return rc;
+    TlvCfg cfg;
+    if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
+    // Unlike the 16-bit flags of the other TLVs, the DCBX flag is 32 bits wide.
+    uint32_t flag = 0;
+    std::memcpy(&flag, &cfg.get().entry[LLDP_TLVBIT_DCBX], sizeof(flag));
+    *value = TruthValue(flag);
+    return kOk;
+}
+
+// The value under every parameter that names one of the four columns.
+void AppendColumns(MOR_MSG request, MOR_MSG reply, uint32_t value) {
+    for (const Param &p : Params(request))
+        if (IsTxEnableColumn(p.morId)) AppendEnum(reply, p.morId, value);
+}
+
+uint32_t Get(MOR_MSG request, MOR_MSG reply) {
+    Request rq;
+    const IndexWalk walk = Parse(request, kModeRead, &rq);
+    if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
+    uint32_t value = kFalse;
+    const uint32_t rc = ReadFlag(rq.index, &value);
+    if (rc != kOk) return Fail(reply, rc);
+    AppendColumns(request, reply, value);
+    return kOk;
+}
+
+uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
+    Request rq;
+    const IndexWalk walk = Parse(request, kModeRead, &rq);
+    if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
+    // A DCBX port named without an agent is its own first row.
+    LLDP_PORT_AGENT_S row{rq.index.port, kRowAgent};
+    if (CheckDcbxPort(row.port, kModeRead) != kOk || rq.index.agent != 0) {
+        IF_SELECT_S selection{};
+        IF_Select_Init(kSelectKind, &selection);
+        for (uint32_t type : kWalkTypes) IF_SelectType_Set(type, &selection);
+        row.port = LLDP_mibpub_GetNextIfIndexByIfIndex(row.port, &selection);
+        if (row.port == 0) return Fail(reply, kErrNoNext, walk.position);
+    }
+    // A next port whose flag cannot be read ends the walk.
+    uint32_t value = kFalse;
+    if (ReadFlag(row, &value) != kOk) return Fail(reply, kErrNoNext, walk.position);
+    LLDP_mibpub_SetIndexToReplyMsg(reply, kPortIfIndex, kPortDestAddressIndex, &row);
+    AppendColumns(request, reply, value);
+    return kOk;
+}
+
+uint32_t Write(MOR_MSG request, MOR_MSG reply) {
+    Request rq;
+    const IndexWalk walk = Parse(request, kModeSet, &rq);
+    if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
+    LLDP_TLV_CFG_REQ_S change;
+    std::memset(&change, 0, sizeof(change));
+    change.length = kTlvCfgLength;
+    change.mask = 1u << LLDP_TLVBIT_DCBX;
+    change.word2 = kTlvCfgWord2;
+    change.word3 = kTlvCfgWord3;
+    // Only true enables; false, a missing value and out-of-range values disable.
+    const uint32_t rc = LLDP_mor_SetTlvCfg(rq.index.port, rq.index.agent, rq.value == 1 ? 1 : 0, &change);
+    if (rc == kOk) return kOk;
+    // The daemon's "read-only" answer goes back as it is; any other refusal
+    // is a refused set.
+    return Fail(reply, rc == kErrReadOnly ? kErrReadOnly : kErrSetRefused);
+}
+
+}  // namespace
+
+uint32_t TxEnableProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeTable(
+        opType, reply,
+        [&] { return opType == MOR_OP_GET ? Get(request, reply) : GetNext(request, reply); },
+        [&] { return Write(request, reply); });
+}
+
+}  // namespace lldpv2::dcbx

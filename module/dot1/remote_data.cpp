@@ -1,0 +1,118 @@
+// The neighbours' port VLAN id (table id 34) and link aggregation (table id
+// 40), keyed by the TFAI. A get decodes the neighbour's stored TLVs; a
+// get-next asks the daemon for the next neighbour that carries the TLV.
+#include "common/lldpdu_fetch.h"
+#include "common/remote_index.h"
+#include "dot1/dot1_tables.h"
+
+namespace lldpv2 {
+namespace {
+
+constexpr uint32_t kRemPortVlanId = MorId(34, 1);
+constexpr uint32_t kRemLinkAggStatus = MorId(40, 1);
+constexpr uint32_t kRemLinkAggPortId = MorId(40, 2);
+
+constexpr RemoteIndexForm kPortVlanIndex = {0, nullptr, kRemPortVlanId, kRemPortVlanId};
+constexpr RemoteIndexForm kLinkAggIndex = {0, nullptr, kRemLinkAggStatus, kRemLinkAggPortId};
+
+// Ports of this interface type run only the agents 2 and 3.
+constexpr uint32_t kSecondClassType = 56;
+
+uint32_t GetRemPortVlan(const LLDP_TFAI_S &tfai, uint16_t *vid) {
+    uint32_t type = kUnknownPortType;
+    IF_GetDataByIfIndex(tfai.ifIndex, IF_ATTR_TYPE, &type);
+    if (type == kSecondClassType && tfai.agent != 2 && tfai.agent != 3) return kErrNoInstance;
+    RemoteLldpdu info;
+    const uint32_t rc = info.Fetch(tfai);
+    if (rc != kOk) return rc;
+    // No sentinel test: whatever the TLV carries is the answer.
+    uint16_t value = 0xFFFF;
+    if (LLDP_libdot1_PortVlanIdBufToData(info.Split(), &value) != 0) return kErrNoInstance;
+    *vid = value;
+    return kOk;
+}
+
+// Unlike the port VLAN id, the link aggregation TLV is split here from the
+// octet after the header rather than through the remote-buffer splitter.
+uint32_t GetRemLinkAgg(const LLDP_TFAI_S &tfai, LLDP_LINK_AGG_S *agg) {
+    RemoteLldpdu info;
+    const uint32_t rc = info.Fetch(tfai);
+    if (rc != kOk) return rc;
+    const uint16_t len = info.len() > kRemoteHeaderLen ? static_cast<uint16_t>(info.len() - kRemoteHeaderLen) : 0;
+    return LLDP_mibpub_GetLinkAggFromPkt(info.data() + kRemoteHeaderLen, len, agg);
+}
+
+// Daemon errors, the end of the table included, go back as they stand, at
+// the position where the index stopped reading.
+uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    LLDP_TFAI_S tfai;
+    uint32_t unused = 0;
+    const IndexWalk walk = ReadRemoteIndex(request, kPortVlanIndex, &tfai, &unused);
+    if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    uint16_t vid = 0;
+    if (opType == MOR_OP_GET) {
+        const uint32_t rc = GetRemPortVlan(tfai, &vid);
+        if (rc != kOk) return Fail(reply, rc, walk.position);
+    } else {
+        // The port type is not looked at on a get-next.
+        uint16_t result = 0;
+        const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_PORT_VLAN, sizeof(result), &tfai, &result);
+        if (rc != kOk) return Fail(reply, rc, walk.position);
+        vid = NetToHost16(result);
+        AppendTfai(reply, tfai);
+    }
+    AppendUnsigned(reply, kRemPortVlanId, vid);
+    return kOk;
+}
+
+uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    LLDP_TFAI_S tfai;
+    uint32_t unused = 0;
+    const IndexWalk walk = ReadRemoteIndex(request, kLinkAggIndex, &tfai, &unused);
+    if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    LLDP_LINK_AGG_S agg{};
+    if (opType == MOR_OP_GET) {
+        const uint32_t rc = GetRemLinkAgg(tfai, &agg);
+        if (rc != kOk) return Fail(reply, rc, walk.position);
+    } else {
+        const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_LINK_AGG, sizeof(agg), &tfai, &agg);
+        if (rc != kOk) return Fail(reply, rc, walk.position);
+        agg.portId = NetToHost32(agg.portId);
+        AppendTfai(reply, tfai);
+    }
+    uint8_t status = agg.status;
+    LLDP_util_Overturn(1, &status);
+    AppendOctets(reply, kRemLinkAggStatus, &status, 1);
+    AppendUnsigned(reply, kRemLinkAggPortId, agg.portId);
+    return kOk;
+}
+
+}  // namespace
+
+IndexWalk ReadRemoteIndex(MOR_MSG request, const RemoteIndexForm &form, LLDP_TFAI_S *tfai, uint32_t *subIndex) {
+    LLDP_mibpub_InitTfai(tfai);
+    return WalkIndex(request, [&](const Param &p) -> uint32_t {
+        switch (p.morId) {
+            case kRemTimeMark: tfai->timeMark = p.U32(); return kOk;
+            case kRemLocalIfIndex: tfai->ifIndex = p.U32(); return LLDP_mibpub_CheckPort(tfai->ifIndex);
+            case kRemLocalDestMac: tfai->agent = p.U32(); return LLDP_mibpub_CheckAgent(tfai->agent, 0);
+            case kRemIndex: tfai->remIndex = p.U32(); return kOk;
+            default: break;
+        }
+        if (form.subIndex != 0 && p.morId == form.subIndex) {
+            *subIndex = p.U32();
+            return form.checkSub(*subIndex);
+        }
+        return (p.morId >= form.firstData && p.morId <= form.lastData) ? kOk : kErrUnserved;
+    });
+}
+
+uint32_t RemPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return ReadPortVlan(opType, request, reply); });
+}
+
+uint32_t RemLinkAggProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return ReadLinkAgg(opType, request, reply); });
+}
+
+}  // namespace lldpv2

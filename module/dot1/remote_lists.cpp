@@ -1,0 +1,269 @@
+// The neighbours' 802.1 TLVs that each node's daemon lists per neighbour:
+// port and protocol VLANs (table id 35), VLAN names (36), protocol
+// identities (37), the VID usage digest (38) and the management VID (39).
+// A get decodes the neighbour's stored TLVs; a get-next asks every node that
+// is up for its next row and keeps the smallest, by TFAI and then by the
+// sub-index.
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "common/guards.h"
+#include "common/lldpdu_fetch.h"
+#include "common/remote_index.h"
+#include "common/walks.h"
+#include "dot1/dot1_tables.h"
+
+namespace lldpv2 {
+namespace {
+
+// Selectors of the daemon's remote sub-table get-next (item 21).
+enum RemoteSelector : uint32_t {
+    kSelectProtoVlan = 24,
+    kSelectVlanName = 25,
+    kSelectProtocol = 26,
+    kSelectVidUsageDigest = 27,
+    kSelectManVid = 28,
+};
+
+constexpr uint32_t kMaxVlanNameLen = 32;
+constexpr uint32_t kMaxProtocolIdLen = 255;
+
+uint32_t CheckVlanSub(uint32_t value) { return LLDP_mibpub_CheckVlan(value, 0); }
+uint32_t CheckProtocolSub(uint32_t value) { return LLDP_mibpub_CheckProtocolIndex(value); }
+
+// A 16-bit VLAN id at byte 0 of a 4-byte result, network order.
+uint32_t VidOfResult(const std::array<uint8_t, 4> &r) {
+    uint16_t v = 0;
+    std::memcpy(&v, r.data(), sizeof(v));
+    return NetToHost16(v);
+}
+
+struct RemProtoVlan {
+    static constexpr uint32_t kSelector = kSelectProtoVlan;
+    static constexpr RemoteIndexForm kForm = {MorId(35, 1), CheckVlanSub, MorId(35, 2), MorId(35, 3)};
+    static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
+    // PPVID 0 is a row of its own, which a get-next entering the neighbour
+    // must not pass over.
+    static constexpr bool kRowZeroFirst = true;
+    using Row = LLDP_MIB_PROTOVLAN_S;
+    using Result = std::array<uint32_t, 2>;  // supported, enabled
+
+    static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t ppvid, Row *row) {
+        Owned<LLDP_PPVID_S, LLDP_libdot1_FreePPVlanIdData> data;
+        if (LLDP_libdot1_PPVlanIdBufToData(list, data.out()) != 0) return kErrNoInstance;
+        return LLDP_mibpub_SetProtoVlanTable(data.get(), ppvid, 1, row) == 1 ? kOk : kErrNoInstance;
+    }
+    static Row FromResult(const Result &r) { return Row{TruthValue(NetToHost32(r[0])), TruthValue(NetToHost32(r[1]))}; }
+    static void Append(MOR_MSG reply, const Row &row) {
+        AppendEnum(reply, MorId(35, 2), row.supported);
+        AppendEnum(reply, MorId(35, 3), row.enabled);
+    }
+};
+
+struct RemVlanName {
+    static constexpr uint32_t kSelector = kSelectVlanName;
+    static constexpr RemoteIndexForm kForm = {MorId(36, 1), CheckVlanSub, MorId(36, 2), MorId(36, 2)};
+    static constexpr uint32_t kSubIndexType = MOR_TYPE_ENUM;
+    static constexpr bool kRowZeroFirst = true;
+    using Row = LLDP_MIB_VLANNAME_S;
+    using Result = LLDP_MIB_VLANNAME_S;
+
+    static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t vlanId, Row *row) {
+        Owned<LLDP_VLAN_NAME_S, LLDP_libdot1_FreeVlanNameData> data;
+        if (LLDP_libdot1_VlanNameBufToData(list, data.out()) != 0) return kErrNoInstance;
+        return LLDP_mibpub_GetVlanNameByVlanId(data.get(), vlanId, row);
+    }
+    static Row FromResult(const Result &r) {
+        Row row = r;
+        row.len = NetToHost32(r.len);
+        return row;
+    }
+    static void Append(MOR_MSG reply, const Row &row) {
+        AppendOctets(reply, MorId(36, 2), row.name, std::min(row.len, kMaxVlanNameLen));
+    }
+};
+
+// A protocol identity as the daemon's get-next answers it.
+struct ProtocolIdentity {
+    uint32_t len;
+    uint8_t id[256];
+};
+static_assert(sizeof(ProtocolIdentity) == 260, "a protocol identity result is 260 bytes");
+
+struct RemProtocol {
+    static constexpr uint32_t kSelector = kSelectProtocol;
+    static constexpr RemoteIndexForm kForm = {MorId(37, 1), CheckProtocolSub, MorId(37, 2), MorId(37, 2)};
+    static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
+    // Protocol indexes count from 1 in TLV order.
+    static constexpr bool kRowZeroFirst = false;
+    using Row = ProtocolIdentity;
+    using Result = ProtocolIdentity;
+
+    static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t index, Row *row) {
+        Owned<LLDP_PROTOCOL_ID_S, LLDP_libdot1_FreeProtocolIdData> data;
+        if (LLDP_libdot1_ProtocolIdBufToData(list, data.out()) != 0) return kErrNoInstance;
+        uint32_t n = 1;
+        for (const LLDP_PROTOCOL_ID_S *p = data.get(); p != nullptr; p = p->next, ++n) {
+            if (n != index) continue;
+            row->len = p->len;
+            std::memcpy(row->id, p->id, p->len);
+            return kOk;
+        }
+        return kErrNoInstance;
+    }
+    static Row FromResult(const Result &r) {
+        Row row = r;
+        row.len = NetToHost32(r.len);
+        return row;
+    }
+    static void Append(MOR_MSG reply, const Row &row) {
+        AppendOctets(reply, MorId(37, 2), row.id, std::min(row.len, kMaxProtocolIdLen));
+    }
+};
+
+struct RemVidUsageDigest {
+    static constexpr uint32_t kSelector = kSelectVidUsageDigest;
+    static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(38, 1), MorId(38, 1)};
+    static constexpr uint32_t kSubIndexType = 0;
+    static constexpr bool kRowZeroFirst = false;
+    using Row = uint32_t;
+    using Result = std::array<uint8_t, 4>;  // the digest octets as in the TLV
+
+    static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t, Row *row) {
+        Result digest{};
+        if (LLDP_libdot1_VidUsageBufToData(list, digest.data()) != 0) return kErrNoInstance;
+        *row = FromResult(digest);
+        return kOk;
+    }
+    // The four octets read as one number, first octet most significant.
+    static Row FromResult(const Result &r) {
+        uint32_t v = 0;
+        std::memcpy(&v, r.data(), sizeof(v));
+        return NetToHost32(v);
+    }
+    static void Append(MOR_MSG reply, Row digest) { AppendUnsigned(reply, MorId(38, 1), digest); }
+};
+
+struct RemManVid {
+    static constexpr uint32_t kSelector = kSelectManVid;
+    static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(39, 1), MorId(39, 1)};
+    static constexpr uint32_t kSubIndexType = 0;
+    static constexpr bool kRowZeroFirst = false;
+    using Row = uint32_t;
+    using Result = std::array<uint8_t, 4>;
+
+    static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t, Row *row) {
+        uint16_t vid = 0xFFFF;
+        if (LLDP_libdot1_ManVlanIdBufToData(list, &vid) != 0) return kErrNoInstance;
+        *row = vid;
+        return kOk;
+    }
+    static Row FromResult(const Result &r) { return VidOfResult(r); }
+    static void Append(MOR_MSG reply, Row vid) { AppendUnsigned(reply, MorId(39, 1), vid); }
+};
+
+// The row (tfai, sub) from the neighbour's stored TLVs; the daemon's error
+// as it stands.
+template <typename T>
+uint32_t GetRow(const LLDP_TFAI_S &tfai, uint32_t sub, typename T::Row *row) {
+    RemoteLldpdu info;
+    const uint32_t rc = info.Fetch(tfai);
+    if (rc != kOk) return rc;
+    return T::Decode(info.Split(), sub, row);
+}
+
+// The smallest row after (tfai, sub) over the nodes that are up.
+template <typename T>
+uint32_t NextRow(LLDP_TFAI_S *tfai, uint32_t *sub, typename T::Result *result) {
+    struct Candidate {
+        LLDP_TFAI_S tfai;
+        uint32_t sub;
+        typename T::Result result;
+    };
+    Candidate best{};
+    const uint32_t rc = SmallestOverNodes(
+        &best,
+        [&](uint16_t node, Candidate *c) {
+            LLDP_INDEX_PARA_S para;
+            LLDP_mor_InitIndexPara(&para);
+            para.selector = T::kSelector;
+            para.tfai = *tfai;
+            para.index2 = HostToNet32(*sub);
+            if (!NodeGetNext(LLDP_ITEM_REM_SUBTABLE, node, &para, sizeof(c->result), &c->result)) return false;
+            c->tfai = para.tfai;
+            c->sub = NetToHost32(para.index2);
+            return true;
+        },
+        [](const Candidate &a, const Candidate &b) {
+            const int32_t cmp = LLDP_util_CmpTfai(&a.tfai, &b.tfai);
+            return cmp != 0 ? cmp < 0 : a.sub < b.sub;
+        });
+    if (rc != kOk) return rc;
+    *tfai = best.tfai;
+    *sub = best.sub;
+    *result = best.result;
+    return kOk;
+}
+
+// Errors go at the position where the index stopped reading, as in the
+// port VLAN and link aggregation tables; a get answers the data columns
+// only, a get-next the TFAI, the sub-index and the data columns.
+template <typename T>
+uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    LLDP_TFAI_S tfai;
+    uint32_t sub = 0;
+    const IndexWalk walk = ReadRemoteIndex(request, T::kForm, &tfai, &sub);
+    if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    typename T::Row row{};
+    if (opType == MOR_OP_GET) {
+        const uint32_t rc = GetRow<T>(tfai, sub, &row);
+        if (rc != kOk) return Fail(reply, rc, walk.position);
+        T::Append(reply, row);
+        return kOk;
+    }
+    // The daemon's get-next answers strictly after the key, so a neighbour
+    // entered without a sub-index is first asked for its row 0.
+    const bool rowZero = T::kRowZeroFirst && LLDP_mibpub_CheckLackIndex(request, T::kForm.subIndex) == 1 &&
+                         GetRow<T>(tfai, 0, &row) == kOk;
+    if (rowZero) {
+        sub = 0;
+    } else {
+        typename T::Result result{};
+        if (NextRow<T>(&tfai, &sub, &result) != kOk) return Fail(reply, kErrNoNext, walk.position);
+        row = T::FromResult(result);
+    }
+    AppendTfai(reply, tfai);
+    if (T::kForm.subIndex != 0) AppendNumber(reply, T::kForm.subIndex, T::kSubIndexType, sub);
+    T::Append(reply, row);
+    return kOk;
+}
+
+template <typename T>
+uint32_t Serve(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return ReadRow<T>(opType, request, reply); });
+}
+
+}  // namespace
+
+uint32_t RemProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return Serve<RemProtoVlan>(opType, request, reply);
+}
+
+uint32_t RemVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return Serve<RemVlanName>(opType, request, reply);
+}
+
+uint32_t RemProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return Serve<RemProtocol>(opType, request, reply);
+}
+
+uint32_t RemVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return Serve<RemVidUsageDigest>(opType, request, reply);
+}
+
+uint32_t RemManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return Serve<RemManVid>(opType, request, reply);
+}
+
+}  // namespace lldpv2

@@ -25,9 +25,13 @@ CallbackTable &Callbacks() {
     return *table;
 }
 
+// Type code 16 carries a 32-bit value too: the 802.3 power column writer
+// uses it for an index parameter it echoes before any column.
+constexpr uint32_t kMorTypeEchoedIndex = 16;
+
 bool IsIntegerType(uint32_t type) {
     return type == MOR_TYPE_ENUM || type == MOR_TYPE_COUNTER || type == MOR_TYPE_UNSIGNED ||
-           type == MOR_TYPE_TIMEMARK;
+           type == MOR_TYPE_TIMEMARK || type == kMorTypeEchoedIndex;
 }
 
 void PutU32(std::vector<uint8_t> &out, uint32_t v) {

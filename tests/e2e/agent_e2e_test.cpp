@@ -60,6 +60,15 @@ std::string ModeName(const ::testing::TestParamInfo<Mode> &info) {
 }
 
 // A running agent (and, for AgentX, its master) with the tools that reach it.
+// The VLAN name and protocol VLAN transmit tables answer a row for id 0 on
+// every port, which the MIB's VLAN id syntax (1..4094) cannot name: the
+// agent passes those rows over with a warning, which is expected here.
+bool IsRowZeroOfAVlanTransmitTable(const std::string &line) {
+    return line.find("outside its index syntax") != std::string::npos &&
+           ((line.find("table 22 ") != std::string::npos && line.find("[0x2321D01 t0 0]") != std::string::npos) ||
+            (line.find("table 23 ") != std::string::npos && line.find("[0x2321C01 t2 0]") != std::string::npos));
+}
+
 class Deployment {
 public:
     Deployment(Mode mode, bool readWrite) {
@@ -89,7 +98,7 @@ public:
         std::string line, faults;
         while (std::getline(log, line)) {
             if (line.find("reply for") != std::string::npos || line.find(" failed: 0x") != std::string::npos) {
-                faults += line + "\n";
+                if (!IsRowZeroOfAVlanTransmitTable(line)) faults += line + "\n";
             }
         }
         return faults;
@@ -387,6 +396,15 @@ std::map<Oid, char> WritableNumericObjects(const SnmpTools &tools) {
     return writable;
 }
 
+// Objects the MIB declares writable that the switch keeps read-only: the
+// protocol and VID usage digest transmit switches and the DCBX admin data.
+bool IsKeptReadOnly(const Oid &oid) {
+    const Oid prefixes[] = {Cat(kXdot1Mib, {1, 1, 4}), Cat(kXdot1Mib, {1, 1, 5}), Cat(kXdot1Mib, {5, 1, 4})};
+    for (const Oid &p : prefixes)
+        if (oid.size() > p.size() && std::equal(p.begin(), p.end(), oid.begin())) return true;
+    return false;
+}
+
 // Every writable instance the agent shows takes back the value it has: the
 // set path decodes the same instances and values that get and get-next
 // encode, and reaches the same row.
@@ -406,7 +424,11 @@ TEST_P(AgentE2E, WritableInstancesTakeBackTheirOwnValues) {
         if (triedPerObject[it->first]++ >= 2) continue;  // two instances per object are enough
         std::string value = std::to_string(Number(vb));
         ToolRun r = Tools().V2("snmpset", "private", {}, {Text(vb.oid), std::string(1, it->second), value});
-        EXPECT_EQ(r.exitCode, 0) << "set of " << vb.line << " to its own value\n" << r.output;
+        if (IsKeptReadOnly(vb.oid)) {
+            EXPECT_NE(r.output.find("notWritable"), std::string::npos) << vb.line << "\n" << r.output;
+        } else {
+            EXPECT_EQ(r.exitCode, 0) << "set of " << vb.line << " to its own value\n" << r.output;
+        }
         ToolRun g = Tools().V2("snmpget", "public", {"-Oe"}, {Text(vb.oid)});
         auto after = ParseVarbinds(g.output);
         ASSERT_EQ(after.size(), 1u) << g.output;

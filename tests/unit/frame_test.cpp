@@ -115,8 +115,8 @@ TEST_F(FrameTest, StoppedServiceRefusesReadsButLetsSetsThrough) {
                                  {10, 0x61010052}, {0xFFFFFFFF, 0x61010052}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.opType);
-        // An unknown table shows that the table id is not looked at.
-        Result r = Send(c.opType, 77, {});
+        // A table without a processor shows that the table id is not looked at.
+        Result r = Send(c.opType, 17, {});
         EXPECT_EQ(r.status, c.expected);
         EXPECT_EQ(r.ErrorCode(), c.expected);
         EXPECT_EQ(r.ErrorIndex(), kAll);

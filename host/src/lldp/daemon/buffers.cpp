@@ -132,11 +132,14 @@ std::vector<uint8_t> LocalPortBuffer(const Daemon &d, const PortState &port, uin
     return out;
 }
 
-std::vector<uint8_t> RemoteInfoBuffer(const Neighbour &n) {
-    std::vector<uint8_t> out;
-    out.push_back(n.manAddrCount);
-    out.insert(out.end(), n.tlvs.begin(), n.tlvs.end());
-    return out;
+bool CopyRemoteInfo(const Neighbour &n, uint32_t capacity, void *buf, uint16_t *len) {
+    const size_t size = 1 + size_t{n.tlvLen};
+    if (size > capacity || size > 0xFFFF || buf == nullptr) return false;
+    auto *out = static_cast<uint8_t *>(buf);
+    out[0] = n.manAddrCount;
+    if (n.tlvLen > 0) std::memcpy(out + 1, n.Tlvs(), n.tlvLen);
+    if (len != nullptr) *len = static_cast<uint16_t>(size);
+    return true;
 }
 
 DCBX_ADMIN_S AdminRecord(const DcbxAdmin &a) {

@@ -18,8 +18,9 @@ std::vector<uint8_t> TlvCfgBuffer(const AgentState &agent);
 std::vector<uint8_t> SysInfoBuffer(const LocalSystemData &sys);
 // LLDP_ITEM_LOC_PORT: 4-byte header and the TLV stream.
 std::vector<uint8_t> LocalPortBuffer(const Daemon &d, const PortState &port, uint32_t agent);
-// Remote information: 1-byte header and the stored TLV stream.
-std::vector<uint8_t> RemoteInfoBuffer(const Neighbour &n);
+// Remote information, the 1-byte header and the stored TLV stream, copied
+// into an answer of capacity bytes like CopyOut; false when it does not fit.
+bool CopyRemoteInfo(const Neighbour &n, uint32_t capacity, void *buf, uint16_t *len);
 DCBX_ADMIN_S AdminRecord(const DcbxAdmin &admin);  // network order
 LLDP_LOC_MANADDR_S LocalManAddrRecord(const LocalManAddr &m);  // network order
 

@@ -16,6 +16,9 @@ struct Registry {
     // too; this map keeps each one alive while a call uses it, and follows
     // the model's changes through its observer.
     std::map<uint16_t, std::shared_ptr<Daemon>> daemons;
+    // Every node that is up has its daemon in daemons; cleared by the
+    // changes that may add an up node without one.
+    bool upNodesHaveDaemons = false;
 };
 
 void OnSwitchEvent(const SwitchEvent &event);
@@ -51,12 +54,17 @@ void OnSwitchEvent(const SwitchEvent &event) {
     switch (event.kind) {
         case SwitchEvent::Kind::Reset:
             reg.daemons.clear();
+            reg.upNodesHaveDaemons = false;
             reg.config = LldpGlobalConfig{};
             reg.local = LocalSystemData{};
             reg.clock = 0;
             break;
         case SwitchEvent::Kind::NodeRemoved:
             reg.daemons.erase(event.node);
+            break;
+        case SwitchEvent::Kind::NodeAdded:
+        case SwitchEvent::Kind::NodeUpChanged:
+            reg.upNodesHaveDaemons = false;
             break;
         case SwitchEvent::Kind::InterfaceChanged:
         case SwitchEvent::Kind::InterfaceRemoved:
@@ -146,6 +154,17 @@ std::vector<Daemon *> AllDaemons() {
     return out;
 }
 
+const std::map<uint16_t, std::shared_ptr<Daemon>> &DaemonsOfUpNodes() {
+    Registry &reg = Reg();
+    if (!reg.upNodesHaveDaemons) {
+        reg.upNodesHaveDaemons = true;
+        for (uint16_t node : Nodes()) {
+            if (NodeUp(node) && DaemonOf(node) == nullptr) reg.upNodesHaveDaemons = false;
+        }
+    }
+    return reg.daemons;
+}
+
 std::vector<Daemon *> UpDaemons() {
     std::vector<Daemon *> out;
     for (uint16_t node : Nodes()) {
@@ -204,11 +223,10 @@ uint32_t CheckGlobalValue(uint32_t id, uint32_t value) {
 bool TooMany(const AgentState &agent) { return agent.tooManySeen && Clock() < agent.tooManyUntil; }
 
 void EraseNeighbour(Daemon &d, const RemKey &key) {
-    auto it = d.neighbours.find(key);
-    if (it == d.neighbours.end()) return;
-    const Neighbour &n = it->second;
+    const Neighbour *n = d.neighbours.Find(key);
+    if (n == nullptr) return;
     d.index.Erase(key);
-    d.ageing.erase({n.expiry, key});
+    d.ageing.erase({n->expiry, key});
     auto port = d.ports.find(key.ifIndex);
     if (port != d.ports.end() && key.agent >= 1 && key.agent <= 3) {
         AgentState &agent = port->second.Agent(key.agent);
@@ -219,7 +237,7 @@ void EraseNeighbour(Daemon &d, const RemKey &key) {
             }
         }
     }
-    d.neighbours.erase(it);
+    d.neighbours.Erase(key);
 }
 
 void ClearAgentNeighbours(Daemon &d, PortState &port, uint32_t agent, bool count) {
@@ -275,6 +293,7 @@ void ResetLldp() {
     Registry &reg = Reg();
     for (auto &[node, d] : reg.daemons) Detach(node, kAttachKey);
     reg.daemons.clear();
+    reg.upNodesHaveDaemons = false;
     reg.config = LldpGlobalConfig{};
     reg.local = LocalSystemData{};
     reg.clock = 0;

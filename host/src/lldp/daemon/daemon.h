@@ -13,10 +13,10 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "lldp/daemon/neighbour_index.h"
+#include "lldp/daemon/neighbour_store.h"
 #include "lldp/daemon/remote.h"
 #include "lldp/lldpdu.h"
 #include "lldpv2host/lldp.h"
@@ -130,9 +130,10 @@ public:
     LldpGlobalConfig config;
     NodeStats stats;
     std::map<uint32_t, PortState> ports;
-    // Neighbours by key; the map's nodes hold them, so their addresses stay
-    // valid for the index while they exist.
-    std::unordered_map<RemKey, Neighbour, RemKeyHash> neighbours;
+    // Neighbours by key. A neighbour's address changes only when its TLV
+    // stream is replaced (NeighbourStore::SetTlvs), and the index, which
+    // holds the addresses, is told then.
+    NeighbourStore neighbours;
     NeighbourIndex index;
     std::set<std::pair<uint32_t, RemKey>> ageing;  // (expiry, key)
     std::map<ManKey, LocalManAddr> localManAddrs;
@@ -164,6 +165,11 @@ Daemon *UpDaemonOf(uint16_t node);
 std::vector<Daemon *> AllDaemons();
 // Daemons of the nodes that are up, in node order.
 std::vector<Daemon *> UpDaemons();
+// The daemons by node, after creating those of up nodes that have none, as
+// UpDaemons does; the map may also hold daemons of nodes that are down, so
+// callers check NodeUp. Unlike UpDaemons it allocates nothing when no node
+// was added or came up since the last call.
+const std::map<uint16_t, std::shared_ptr<Daemon>> &DaemonsOfUpNodes();
 
 // An interface that the daemons treat as an LLDP port: it exists, is valid,
 // neither temporary nor a sub-interface, and its type is of an LLDP class.

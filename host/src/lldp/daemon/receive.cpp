@@ -2,6 +2,8 @@
 // identity, too many neighbours), the clock with ageing and transmission
 // counting, and the per-agent control calls of lldpv2host/lldp.h.
 #include <algorithm>
+#include <cstring>
+#include <span>
 #include <tuple>
 
 #include "lldp/daemon/daemon.h"
@@ -46,11 +48,83 @@ std::vector<uint8_t> MsapOf(const lldp::Lldpdu &pdu) {
     return id;
 }
 
-void Store(Neighbour &n, const lldp::Lldpdu &pdu) {
-    n.tlvs = lldp::EncodeLldpdu(pdu);
+// Where the columns of a remote systems row lie in tlvs, the encoding of
+// pdu. Every field found is checked against pdu, so that copying them gives
+// what decoding tlvs gives; when one differs (a field cut to fit its TLV) or
+// lies beyond 16-bit offsets, the result is not valid and queries decode.
+SystemFields SystemFieldsOf(std::span<const uint8_t> tlvs, const lldp::Lldpdu &pdu) {
+    SystemFields f;
+    const std::optional<std::string> *texts[3] = {&pdu.portDesc, &pdu.sysName, &pdu.sysDesc};
+    bool chassis = false, port = false, caps = false;
+    const uint8_t *b = tlvs.data();
+    size_t off = 0;
+    while (off + 2 <= tlvs.size()) {
+        const uint8_t type = b[off] >> 1;
+        const size_t len = ((b[off] & 1u) << 8) | b[off + 1];
+        const size_t info = off + 2;
+        if (type == lldp::kTlvEnd || info + len > tlvs.size() || info + len > UINT16_MAX) break;
+        auto same = [&](size_t at, size_t n, const uint8_t *want, size_t wantLen) {
+            return n == wantLen && (n == 0 || std::memcmp(b + at, want, n) == 0);
+        };
+        switch (type) {
+            case lldp::kTlvChassisId:
+            case lldp::kTlvPortId: {
+                bool &seen = type == lldp::kTlvChassisId ? chassis : port;
+                if (seen || len < 1) return f;
+                const uint8_t subtype = type == lldp::kTlvChassisId ? pdu.chassisIdSubtype : pdu.portIdSubtype;
+                const std::vector<uint8_t> &id = type == lldp::kTlvChassisId ? pdu.chassisId : pdu.portId;
+                if (b[info] != subtype || !same(info + 1, len - 1, id.data(), id.size())) return f;
+                seen = true;
+                (type == lldp::kTlvChassisId ? f.chassisIdSubtype : f.portIdSubtype) = subtype;
+                (type == lldp::kTlvChassisId ? f.chassisIdOff : f.portIdOff) = static_cast<uint16_t>(info + 1);
+                (type == lldp::kTlvChassisId ? f.chassisIdLen : f.portIdLen) = static_cast<uint16_t>(len - 1);
+                break;
+            }
+            case lldp::kTlvPortDesc:
+            case lldp::kTlvSysName:
+            case lldp::kTlvSysDesc: {
+                const unsigned t = type - lldp::kTlvPortDesc;
+                const std::optional<std::string> &text = *texts[t];
+                if (((f.textPresent >> t) & 1u) != 0 || !text) return f;
+                if (!same(info, len, reinterpret_cast<const uint8_t *>(text->data()), text->size())) return f;
+                f.textPresent |= static_cast<uint8_t>(1u << t);
+                f.textOff[t] = static_cast<uint16_t>(info);
+                f.textLen[t] = static_cast<uint16_t>(len);
+                break;
+            }
+            case lldp::kTlvSysCap:
+                if (caps || len != 4 || !pdu.hasSysCap) return f;
+                f.capSupported = static_cast<uint16_t>((b[info] << 8) | b[info + 1]);
+                f.capEnabled = static_cast<uint16_t>((b[info + 2] << 8) | b[info + 3]);
+                if (f.capSupported != pdu.capSupported || f.capEnabled != pdu.capEnabled) return f;
+                caps = true;
+                break;
+            default:
+                break;
+        }
+        off = info + len;
+    }
+    // Every field of pdu must have been found.
+    for (unsigned t = 0; t < 3; ++t) {
+        if (texts[t]->has_value() != (((f.textPresent >> t) & 1u) != 0)) return f;
+    }
+    f.valid = chassis && port && caps == pdu.hasSysCap;
+    return f;
+}
+
+// The data of n that derive from pdu, whose encoding n holds.
+void Describe(Neighbour &n, const lldp::Lldpdu &pdu) {
     n.ttl = pdu.ttl;
     n.features = FeaturesOf(pdu);
     n.manAddrCount = static_cast<uint8_t>(std::min<size_t>(pdu.manAddrs.size(), 255));
+    n.sys = SystemFieldsOf(n.TlvSpan(), pdu);
+}
+
+// Stores pdu as the information of n; the address returned replaces n's.
+Neighbour *Store(Daemon &d, Neighbour *n, const lldp::Lldpdu &pdu) {
+    n = d.neighbours.SetTlvs(n, lldp::EncodeLldpdu(pdu));
+    Describe(*n, pdu);
+    return n;
 }
 
 uint32_t ExpiryOf(uint16_t ttl) { return Clock() + uint32_t{ttl} * 100u; }
@@ -68,7 +142,7 @@ uint32_t AllocRemIndex(const Daemon &d, uint32_t ifIndex, uint32_t agentNo, Agen
         uint32_t idx = agent.nextRemIndex++;
         if (agent.nextRemIndex == 0 || agent.nextRemIndex > 0x7FFFFFFFu) agent.nextRemIndex = 1;
         if (idx == 0 || idx > 0x7FFFFFFFu) continue;
-        if (d.neighbours.count(RemKey{ifIndex, agentNo, idx}) == 0) return idx;
+        if (!d.neighbours.Contains(RemKey{ifIndex, agentNo, idx})) return idx;
     }
 }
 
@@ -149,29 +223,35 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
 
     if (known != agent->msap.end()) {
         const RemKey key{ifIndex, agentNo, known->second};
-        Neighbour &n = d->neighbours.at(key);
+        Neighbour *n = d->neighbours.FindMutable(key);
         result.remIndex = key.remIndex;
-        Reindex(*d, n, ExpiryOf(pdu.ttl));
+        Reindex(*d, *n, ExpiryOf(pdu.ttl));
         // Two LLDPDUs carry the same information when they differ at most in TTL.
         const uint16_t ttl = pdu.ttl;
-        pdu.ttl = n.ttl;
-        std::vector<uint8_t> tlvs = lldp::EncodeLldpdu(pdu);
-        const bool same = tlvs == n.tlvs;
+        pdu.ttl = n->ttl;
+        const std::vector<uint8_t> tlvs = lldp::EncodeLldpdu(pdu);
+        const std::span<const uint8_t> stored = n->TlvSpan();
+        const bool same = std::equal(tlvs.begin(), tlvs.end(), stored.begin(), stored.end());
         pdu.ttl = ttl;
         if (same) {
-            if (n.ttl != ttl) {
-                n.ttl = ttl;
-                n.tlvs = lldp::EncodeLldpdu(pdu);
+            if (n->ttl != ttl) {
+                // Same content: the index keeps its entry, with the new address if the record moved.
+                Neighbour *moved = Store(*d, n, pdu);
+                if (moved != n) {
+                    d->index.Erase(key);
+                    d->index.Insert(moved);
+                    n = moved;
+                }
             }
-            n.remoteChanges = false;
+            n->remoteChanges = false;
             result.outcome = ReceiveOutcome::Refreshed;
             return result;
         }
         d->index.Erase(key);
-        Store(n, pdu);
-        n.changeTime = now;
-        n.remoteChanges = true;
-        d->index.Insert(&n);
+        n = Store(*d, n, pdu);
+        n->changeTime = now;
+        n->remoteChanges = true;
+        d->index.Insert(n);
         d->stats.lastChangeTime = now;
         result.outcome = ReceiveOutcome::Updated;
         return result;
@@ -188,12 +268,11 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
     }
 
     const RemKey key{ifIndex, agentNo, AllocRemIndex(*d, ifIndex, agentNo, *agent)};
-    Neighbour *raw = &d->neighbours[key];
-    raw->key = key;
+    Neighbour *raw = d->neighbours.Create(key, lldp::EncodeLldpdu(pdu));
+    Describe(*raw, pdu);
     raw->changeTime = now;
     raw->expiry = ExpiryOf(pdu.ttl);
     raw->remoteChanges = false;
-    Store(*raw, pdu);
     agent->msap.emplace(msap, key.remIndex);
     d->index.Insert(raw);
     d->ageing.insert({raw->expiry, raw->key});
@@ -363,22 +442,22 @@ std::vector<NeighbourView> Neighbours(uint32_t ifIndex, uint32_t agentNo) {
     std::lock_guard<std::recursive_mutex> guard(StateLock());
     std::vector<NeighbourView> out;
     for (Daemon *d : AllDaemons()) {
-        for (const auto &[key, n] : d->neighbours) {
-            if (ifIndex != 0 && key.ifIndex != ifIndex) continue;
-            if (agentNo != 0 && key.agent != agentNo) continue;
+        d->neighbours.ForEach([&](const Neighbour &n) {
+            if (ifIndex != 0 && n.key.ifIndex != ifIndex) return;
+            if (agentNo != 0 && n.key.agent != agentNo) return;
             NeighbourView v;
-            v.ifIndex = key.ifIndex;
-            v.agent = key.agent;
-            v.remIndex = key.remIndex;
+            v.ifIndex = n.key.ifIndex;
+            v.agent = n.key.agent;
+            v.remIndex = n.key.remIndex;
             v.changeTime = n.changeTime;
             v.expiry = n.expiry;
             v.remoteChanges = n.remoteChanges;
             const lldp::Lldpdu pdu = n.Decode();
             v.chassisId = pdu.chassisId;
             v.portId = pdu.portId;
-            v.tlvs = n.tlvs;
+            v.tlvs.assign(n.Tlvs(), n.Tlvs() + n.tlvLen);
             out.push_back(std::move(v));
-        }
+        });
     }
     std::sort(out.begin(), out.end(), [](const NeighbourView &a, const NeighbourView &b) {
         return std::tie(a.ifIndex, a.agent, a.remIndex) < std::tie(b.ifIndex, b.agent, b.remIndex);

@@ -5,7 +5,7 @@
 #include <compare>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <span>
 
 #include "lldp/lldpdu.h"
 
@@ -17,15 +17,6 @@ struct RemKey {
     uint32_t agent = 0;
     uint32_t remIndex = 0;
     auto operator<=>(const RemKey &) const = default;
-};
-
-struct RemKeyHash {
-    size_t operator()(const RemKey &k) const {
-        uint64_t h = (uint64_t{k.ifIndex} << 34) ^ (uint64_t{k.agent} << 30) ^ k.remIndex;
-        h ^= h >> 29;
-        h *= 0xBF58476D1CE4E5B9ull;
-        return static_cast<size_t>(h ^ (h >> 32));
-    }
 };
 
 // What a neighbour's information carries; each remote query that skips
@@ -52,21 +43,50 @@ enum Feature : unsigned {
     kFeatureCount
 };
 
+// Where the columns of a remote systems row lie in a neighbour's TLV stream
+// (offsets from its start), found when the information is stored, so that a
+// query copies them without decoding the stream. When valid is false the
+// query decodes the stream instead.
+struct SystemFields {
+    uint16_t chassisIdOff = 0;
+    uint16_t chassisIdLen = 0;
+    uint16_t portIdOff = 0;
+    uint16_t portIdLen = 0;
+    // Port description, system name, system description.
+    uint16_t textOff[3] = {};
+    uint16_t textLen[3] = {};
+    uint16_t capSupported = 0;
+    uint16_t capEnabled = 0;
+    uint8_t chassisIdSubtype = 0;
+    uint8_t portIdSubtype = 0;
+    uint8_t textPresent = 0;  // bit per text
+    bool valid = false;
+};
+
 // The information is kept as its TLV stream only (valid TLVs, End TLV
-// included), compact and in one piece; queries decode what they need.
+// included), compact and in one piece: the stream follows the record in the
+// same allocation (see NeighbourStore), so that reading a neighbour touches
+// one run of cache lines. Queries decode what they need, except the remote
+// systems row, whose columns sys locates.
 struct Neighbour {
     RemKey key;
     uint32_t changeTime = 0;  // clock (hundredths) of the insert or the last change of content
     uint32_t expiry = 0;      // clock at which the information ages out
     uint32_t features = 0;    // bit per Feature
+    uint32_t tlvLen = 0;      // octets of the TLV stream
+    uint32_t capacity = 0;    // octets the allocation has for the stream
     uint16_t ttl = 0;
     uint8_t manAddrCount = 0;
     bool remoteChanges = false;
-    std::vector<uint8_t> tlvs;
+    SystemFields sys;
 
+    const uint8_t *Tlvs() const { return reinterpret_cast<const uint8_t *>(this + 1); }
+    uint8_t *Tlvs() { return reinterpret_cast<uint8_t *>(this + 1); }
+    std::span<const uint8_t> TlvSpan() const { return {Tlvs(), tlvLen}; }
     bool Has(Feature f) const { return (features >> f) & 1u; }
-    lldp::Lldpdu Decode() const { return lldp::DecodeLldpdu(tlvs).pdu; }
+    lldp::Lldpdu Decode() const { return lldp::DecodeLldpdu(Tlvs(), tlvLen).pdu; }
 };
+static_assert(sizeof(Neighbour) % alignof(Neighbour) == 0, "the TLV stream follows the record");
 
 // The features of a decoded LLDPDU.
 uint32_t FeaturesOf(const lldp::Lldpdu &pdu);

@@ -88,20 +88,6 @@ const uint32_t kLocPort = Mor(10, 1);
 const uint32_t kCfgPort = Mor(3, 1);
 const uint32_t kCfgAgent = Mor(3, 2);
 
-Result SendAll(uint32_t opType, uint32_t table, const std::vector<P> &params) {
-    lldpv2host::MorMessage request = lldpv2host::MakeRequest(opType, table);
-    for (const P &p : params) {
-        if (p.kind == P::Number) {
-            lldpv2host::AddUint32(request, p.morId, p.value);
-        } else {
-            lldpv2host::AddColumn(request, p.morId);
-        }
-    }
-    Result r;
-    r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-    return r;
-}
-
 std::vector<uint32_t> Values(const Result &r) {
     std::vector<uint32_t> values;
     for (size_t i = 0; i < r.Count(); ++i) values.push_back(r.U32(i));
@@ -140,13 +126,13 @@ protected:
     // Every row of a table from the start: the values of each reply.
     static std::vector<std::vector<uint32_t>> Walk(uint32_t table, uint32_t valueColumn) {
         std::vector<std::vector<uint32_t>> rows;
-        Result r = SendAll(3, table, {P::C(valueColumn)});
+        Result r = Send(3, table, {P::C(valueColumn)});
         while (r.status == 0 && rows.size() < 40) {
             rows.push_back(Values(r));
             std::vector<P> next;
             for (size_t i = 0; i + 1 < r.Count(); ++i) next.push_back(P::N(r.At(i).morId, r.U32(i)));
             next.push_back(P::C(valueColumn));
-            r = SendAll(3, table, next);
+            r = Send(3, table, next);
         }
         EXPECT_EQ(r.status, kNoNext);
         return rows;
@@ -177,7 +163,7 @@ TEST_F(DcbxTest, OneTransmitSwitchServesAllFourTables) {
         SCOPED_TRACE(testing::Message() << "set of table " << c.table << " to " << c.expected);
         std::vector<P> set = {P::N(kCfgPort, 1), P::N(kCfgAgent, 1)};
         set.insert(set.end(), c.values.begin(), c.values.end());
-        Result r = SendAll(2, c.table, set);
+        Result r = Send(2, c.table, set);
         ASSERT_EQ(r.status, 0u);
         EXPECT_EQ(r.Count(), 0u);
         for (uint32_t t = 44; t <= 47; ++t) {
@@ -188,7 +174,7 @@ TEST_F(DcbxTest, OneTransmitSwitchServesAllFourTables) {
             EXPECT_EQ(read.At(0).type, 0u);
         }
         // The port's LLDPDU follows the switch: its Loc rows come and go.
-        EXPECT_EQ(SendAll(1, 54, AllThree(Port(1), 54)).status, c.expected == kTrue ? 0u : kNoInstance);
+        EXPECT_EQ(Send(1, 54, AllThree(Port(1), 54)).status, c.expected == kTrue ? 0u : kNoInstance);
     }
 }
 
@@ -202,14 +188,14 @@ TEST_F(DcbxTest, OpTypeFrameOfEveryTable) {
     for (uint32_t table = 44; table <= 74; ++table) {
         SCOPED_TRACE(table);
         for (uint32_t op = 5; op <= 9; ++op) {
-            Result phase = SendAll(op, table, {P::N(Mor(table, 1), 1)});
+            Result phase = Send(op, table, {P::N(Mor(table, 1), 1)});
             EXPECT_EQ(phase.status, 0u);
             EXPECT_EQ(phase.Count(), 0u);
         }
-        EXPECT_EQ(SendAll(0, table, {}).status, kUnserved);
+        EXPECT_EQ(Send(0, table, {}).status, kUnserved);
         if (table < 48) continue;
         // Every data table is read-only, the Admin tables included.
-        Result set = SendAll(2, table, {P::N(kLocPort, 1), P::N(Mor(table, 2), 1)});
+        Result set = Send(2, table, {P::N(kLocPort, 1), P::N(Mor(table, 2), 1)});
         EXPECT_EQ(set.status, 0x6101004Fu);
         EXPECT_EQ(set.ErrorIndex(), kAll);
     }
@@ -321,7 +307,7 @@ TEST_F(DcbxTest, RowsAndErrors) {
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(testing::Message() << "op " << c.opType << " table " << c.table << " line " << (&c - cases));
-        Result r = SendAll(c.opType, c.table, c.params);
+        Result r = Send(c.opType, c.table, c.params);
         ASSERT_EQ(r.status, c.status);
         if (c.status != 0) {
             EXPECT_EQ(r.ErrorIndex(), c.values.at(0));
@@ -350,10 +336,10 @@ TEST_F(DcbxTest, ValueColumnsFollowTheTableKind) {
     };
     for (const Shape &s : shapes) {
         SCOPED_TRACE(s.table);
-        Result get = SendAll(1, s.table, s.params);
+        Result get = Send(1, s.table, s.params);
         ASSERT_EQ(get.status, 0u);
         EXPECT_EQ(get.Count(), s.values);
-        Result next = SendAll(3, s.table, s.params);
+        Result next = Send(3, s.table, s.params);
         ASSERT_EQ(next.status, 0u);
         EXPECT_EQ(next.Count(), (s.table == 59 ? 5u : 2u) + s.values);
     }
@@ -383,14 +369,14 @@ TEST_F(DcbxTest, WalksCrossPortsNodesAndNeighbours) {
 
 TEST_F(DcbxTest, ImpossibleApplicationIsRefusedBeforeThePortIsRead) {
     lldpv2host::StartTrace();
-    Result r = SendAll(1, 56, App(Port(1), 56, 2, 0));
+    Result r = Send(1, 56, App(Port(1), 56, 2, 0));
     const std::vector<std::string> trace = lldpv2host::StopTrace();
     EXPECT_EQ(r.status, kNoInstance);
     EXPECT_EQ(r.ErrorIndex(), kAll);
     EXPECT_THAT(trace, testing::Not(testing::Contains("IF_GetDataByIfIndex 1 31")));
     // A possible one reads the port's local data.
     lldpv2host::StartTrace();
-    SendAll(1, 56, App(Port(1), 56, 2, 1));
+    Send(1, 56, App(Port(1), 56, 2, 1));
     EXPECT_THAT(lldpv2host::StopTrace(), testing::Contains("IF_GetDataByIfIndex 1 31"));
 }
 

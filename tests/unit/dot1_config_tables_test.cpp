@@ -52,18 +52,6 @@ interfaces:
   - {ifindex: 101, node: 2, type: 19, lldp: {vlans: [{id: 5}], pvid: 7}}
 )";
 
-Result Send(uint32_t op, uint32_t table, const std::vector<P> &params) {
-    lldpv2host::MorMessage request = lldpv2host::MakeRequest(op, table);
-    for (const P &p : params) {
-        if (p.kind == P::Number)
-            lldpv2host::AddUint32(request, p.morId, p.value);
-        else
-            lldpv2host::AddColumn(request, p.morId);
-    }
-    Result r;
-    r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-    return r;
-}
 
 // The numbers of a reply, as "value/type" in reply order.
 std::vector<std::string> Values(const Result &r) {

@@ -58,18 +58,6 @@ interfaces:
   - {ifindex: 12, node: 1, type: 18, lldp-data: 0, lldp: {pvid: 60}}
 )";
 
-Result Send(uint32_t op, uint32_t table, const std::vector<P> &params) {
-    lldpv2host::MorMessage request = lldpv2host::MakeRequest(op, table);
-    for (const P &p : params) {
-        if (p.kind == P::Number)
-            lldpv2host::AddUint32(request, p.morId, p.value);
-        else
-            lldpv2host::AddColumn(request, p.morId);
-    }
-    Result r;
-    r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-    return r;
-}
 
 // A reply as text: each parameter as "column:value/type", octets in quotes.
 std::string Text(const Result &r) {

@@ -30,18 +30,6 @@ struct Peer {
     uint32_t remIndex;
 };
 
-Result Send(uint32_t op, uint32_t table, const std::vector<P> &params) {
-    lldpv2host::MorMessage request = lldpv2host::MakeRequest(op, table);
-    for (const P &p : params) {
-        if (p.kind == P::Number)
-            lldpv2host::AddUint32(request, p.morId, p.value);
-        else
-            lldpv2host::AddColumn(request, p.morId);
-    }
-    Result r;
-    r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-    return r;
-}
 
 std::vector<P> Index(const Peer &n, std::vector<P> more = {}, uint32_t timeMark = 0) {
     std::vector<P> params = {P::N(kTimeMark, timeMark), P::N(kLocalPort, n.port), P::N(kLocalAgent, n.agent),

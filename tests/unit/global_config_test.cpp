@@ -105,13 +105,11 @@ TEST_F(GlobalConfigTest, FailedSetReportsWhatTheLastParameterWas) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(2, 2);
-        for (const P &p : c.params) lldpv2host::AddUint32(request, p.morId, p.value);
-        lldpv2host::MorMessage reply;
-        EXPECT_EQ(lldpv2host::Deliver(kModuleId, request, reply), c.status);
+        Result r = Send(2, 2, c.params);
+        EXPECT_EQ(r.status, c.status);
         if (c.status != 0) {
-            EXPECT_EQ(reply.errorCode, c.status);
-            EXPECT_EQ(reply.errorIndex, kAll);
+            EXPECT_EQ(r.ErrorCode(), c.status);
+            EXPECT_EQ(r.ErrorIndex(), kAll);
         }
     }
     EXPECT_EQ(lldpv2host::GlobalConfig().reinitDelay, 5);

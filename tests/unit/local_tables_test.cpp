@@ -114,12 +114,9 @@ TEST_F(LocalTablesTest, LocalPortsWalkAndGet) {
     // The customer-bridge-only port passes the lenient port test.
     EXPECT_EQ(Get(10, {P::N(Mor(10, 1), 2), P::C(Mor(10, 2))}).status, 0u);
     for (const auto &params : {std::vector<P>{P::C(Mor(10, 2))}, std::vector<P>{P::N(Mor(10, 1), 3)}}) {
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(1, 10);
-        for (const P &p : params) p.kind == P::Number ? lldpv2host::AddUint32(request, p.morId, p.value)
-                                                      : lldpv2host::AddColumn(request, p.morId);
-        lldpv2host::MorMessage reply;
-        EXPECT_EQ(lldpv2host::Deliver(kModuleId, request, reply), 0x61010058u);
-        EXPECT_EQ(reply.errorIndex, 0u);
+        Result r = Send(1, 10, params);
+        EXPECT_EQ(r.status, 0x61010058u);
+        EXPECT_EQ(r.ErrorIndex(), 0u);
     }
 }
 
@@ -185,14 +182,7 @@ TEST_F(LocalTablesTest, ManagementAddressTransmitRowsAreCreatedChangedAndDestroy
         return std::vector<P>{P::N(Mor(5, 1), port), P::N(Mor(5, 2), agent), P::N(Mor(5, 3), 1),
                               P::B(Mor(5, 4), std::move(addr))};
     };
-    const auto send = [](uint32_t op, std::vector<P> params) {
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(op, 5);
-        for (const P &p : params) p.kind == P::Bytes ? lldpv2host::AddBytes(request, p.morId, p.bytes.data(), p.bytes.size())
-                                                     : lldpv2host::AddUint32(request, p.morId, p.value);
-        Result r;
-        r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-        return r;
-    };
+    const auto send = [](uint32_t op, const std::vector<P> &params) { return Send(op, 5, params); };
     const auto with = [](std::vector<P> a, std::initializer_list<P> more) {
         a.insert(a.end(), more);
         return a;

@@ -46,7 +46,7 @@ struct Result {
     }
 };
 
-inline Result Send(uint32_t opType, uint32_t tableId, std::initializer_list<P> params) {
+inline Result Send(uint32_t opType, uint32_t tableId, const std::vector<P> &params) {
     lldpv2host::MorMessage request = lldpv2host::MakeRequest(opType, tableId);
     for (const P &p : params) {
         switch (p.kind) {
@@ -58,6 +58,10 @@ inline Result Send(uint32_t opType, uint32_t tableId, std::initializer_list<P> p
     Result r;
     r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
     return r;
+}
+
+inline Result Send(uint32_t opType, uint32_t tableId, std::initializer_list<P> params) {
+    return Send(opType, tableId, std::vector<P>(params));
 }
 
 inline Result Get(uint32_t tableId, std::initializer_list<P> params) { return Send(1, tableId, params); }

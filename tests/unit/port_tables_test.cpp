@@ -140,11 +140,9 @@ TEST_F(PortTablesTest, PortConfigSetErrors) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(2, 3);
-        for (const P &p : c.params) lldpv2host::AddUint32(request, p.morId, p.value);
-        lldpv2host::MorMessage reply;
-        EXPECT_EQ(lldpv2host::Deliver(kModuleId, request, reply), c.code);
-        EXPECT_EQ(reply.errorIndex, c.position);
+        Result r = Send(2, 3, c.params);
+        EXPECT_EQ(r.status, c.code);
+        EXPECT_EQ(r.ErrorIndex(), c.position);
     }
 }
 

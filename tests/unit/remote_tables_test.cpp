@@ -53,20 +53,6 @@ protected:
         return {P::N(Mor(12, 1), t.timeMark), P::N(Mor(12, 2), t.port), P::N(Mor(12, 3), t.agent),
                 P::N(Mor(12, 4), t.remIndex)};
     }
-    static Result Send(uint32_t op, uint32_t table, const std::vector<P> &params) {
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(op, table);
-        for (const P &p : params) {
-            if (p.kind == P::Bytes)
-                lldpv2host::AddBytes(request, p.morId, p.bytes.data(), p.bytes.size());
-            else if (p.kind == P::Number)
-                lldpv2host::AddUint32(request, p.morId, p.value);
-            else
-                lldpv2host::AddColumn(request, p.morId);
-        }
-        Result r;
-        r.status = lldpv2host::Deliver(kModuleId, request, r.reply);
-        return r;
-    }
     static std::vector<P> Concat(std::vector<P> a, const std::vector<P> &b) {
         a.insert(a.end(), b.begin(), b.end());
         return a;

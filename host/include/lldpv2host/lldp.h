@@ -95,7 +95,10 @@
 // create on the same (port, agent) is refused with LLDP_ERR_TABLE_FULL.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -239,5 +242,82 @@ struct NeighbourView {
 // of every port), in (port, agent, remote index) order.
 std::vector<NeighbourView> Neighbours(uint32_t ifIndex = 0, uint32_t agent = 0);
 size_t NeighbourCount();
+
+// ---------------------------------------------------------------------------
+// Real time: transmission, timers and events
+//
+// The daemons run the IEEE 802.1AB transmit and receive state machines of
+// every agent against the stack clock: regular transmission every
+// txInterval, TTL = min(65535, txInterval x holdMultiplier + 1), fast start
+// (txFastInit frames every msgFastTx after a new neighbour or an admin
+// enable), the transmit credit (txCreditMax, one credit back per second), a
+// shutdown LLDPDU (TTL 0) when an agent stops transmitting, reinitDelay
+// before a disabled agent starts again, a frame on a local change, and
+// ageing. Whoever owns time (the agent's event loop, or a test with a fake
+// clock) moves the clock with SetClock / AdvanceClock and asks NextDeadline
+// when the daemons next need it. A port whose Interface::operUp is false
+// neither sends nor receives; its neighbours age out by their TTL.
+
+// Group address of each agent: 1 nearest bridge 01-80-C2-00-00-0E,
+// 2 nearest non-TPMR bridge 01-80-C2-00-00-03, 3 nearest customer bridge
+// 01-80-C2-00-00-00.
+std::array<uint8_t, 6> AgentGroupMac(uint32_t agent);
+// The agent a destination address names; 0 for any other address.
+uint32_t AgentOfGroupMac(const uint8_t *mac);
+// The LLDP ethertype.
+constexpr uint16_t kLldpEthertype = 0x88CC;
+
+// One LLDPDU an agent sends.
+struct TxFrame {
+    uint32_t ifIndex = 0;
+    uint32_t agent = 0;
+    uint32_t time = 0;        // the clock when it was sent
+    bool shutdown = false;    // TTL 0
+    const uint8_t *lldpdu = nullptr;  // the TLV stream, End TLV included
+    size_t len = 0;
+};
+// Called for every LLDPDU that is sent (also on simulated ports, whose
+// frames go nowhere but are counted). The sink runs with the daemons' lock
+// held: it may read the switch model, but must not call the daemons' control
+// calls. One sink at a time; an empty function removes it.
+using FrameSink = std::function<void(const TxFrame &frame)>;
+void SetFrameSink(FrameSink sink);
+
+// What happened in the daemons, for logs and notifications.
+struct LldpEvent {
+    enum class Kind {
+        Inserted,   // a new neighbour
+        Updated,    // a known neighbour's information changed
+        AgedOut,    // its TTL ran out
+        Deleted,    // shutdown LLDPDU, admin status, port gone
+        Dropped,    // a new neighbour beyond the port's limit
+        Discarded,  // a received frame failed validation (reason says why)
+    };
+    Kind kind = Kind::Inserted;
+    uint32_t time = 0;
+    uint32_t ifIndex = 0;
+    uint32_t agent = 0;
+    uint32_t remIndex = 0;   // 0 for Dropped and Discarded
+    std::string chassisId;   // readable: MAC, address or text by subtype (empty for Discarded)
+    std::string portId;
+    std::string reason;      // Discarded: why
+};
+const char *LldpEventKindName(LldpEvent::Kind kind);
+// Called after each event, with the daemons' lock held (as FrameSink).
+using EventSink = std::function<void(const LldpEvent &event)>;
+void SetEventSink(EventSink sink);
+
+// The earliest clock at which the daemons have something to do (a frame to
+// send, a neighbour to age out, credit to restore, a simulated neighbour to
+// refresh); nullopt when nothing is pending.
+std::optional<uint32_t> NextDeadline();
+
+// The agent is stopping: every agent that transmits sends its shutdown
+// LLDPDU now.
+void ShutdownAll();
+
+// The time at which an agent that was disabled may start again (reinit
+// delay), or 0 when it may now; for tests and logs.
+uint32_t ReinitUntil(uint32_t ifIndex, uint32_t agent);
 
 }  // namespace lldpv2host

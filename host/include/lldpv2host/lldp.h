@@ -277,11 +277,13 @@ struct TxFrame {
     size_t len = 0;
 };
 // Called for every LLDPDU that is sent (also on simulated ports, whose
-// frames go nowhere but are counted). The sink runs with the daemons' lock
-// held: it may read the switch model, but must not call the daemons' control
-// calls. One sink at a time; an empty function removes it.
+// frames go nowhere but are counted). Sinks run in the order they were added,
+// with the daemons' lock held: they may read the switch model and the
+// daemons' state, but must not change the daemons. Sinks survive ResetLldp
+// and scenario loads. Add returns an id for Remove.
 using FrameSink = std::function<void(const TxFrame &frame)>;
-void SetFrameSink(FrameSink sink);
+uint64_t AddFrameSink(FrameSink sink);
+void RemoveFrameSink(uint64_t id);
 
 // What happened in the daemons, for logs and notifications.
 struct LldpEvent {
@@ -303,9 +305,10 @@ struct LldpEvent {
     std::string reason;      // Discarded: why
 };
 const char *LldpEventKindName(LldpEvent::Kind kind);
-// Called after each event, with the daemons' lock held (as FrameSink).
+// Called after each event, as frame sinks are.
 using EventSink = std::function<void(const LldpEvent &event)>;
-void SetEventSink(EventSink sink);
+uint64_t AddEventSink(EventSink sink);
+void RemoveEventSink(uint64_t id);
 
 // The earliest clock at which the daemons have something to do (a frame to
 // send, a neighbour to age out, credit to restore, a simulated neighbour to

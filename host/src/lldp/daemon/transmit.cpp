@@ -30,8 +30,10 @@ const char *LldpEventKindName(LldpEvent::Kind kind) {
     return "?";
 }
 
-void SetFrameSink(FrameSink) {}
-void SetEventSink(EventSink) {}
+uint64_t AddFrameSink(FrameSink) { return 1; }
+void RemoveFrameSink(uint64_t) {}
+uint64_t AddEventSink(EventSink) { return 1; }
+void RemoveEventSink(uint64_t) {}
 std::optional<uint32_t> NextDeadline() { return std::nullopt; }
 void ShutdownAll() {}
 uint32_t ReinitUntil(uint32_t, uint32_t) { return 0; }

@@ -71,7 +71,7 @@ struct Interface {
     uint32_t lldpData = 1;     // attribute 31: non-zero when the port has a local LLDP row
     bool typeReadable = true;  // false: reading attribute 18 fails
     // What a real (or simulated real) port is beyond the platform's view.
-    std::string linuxName;          // the Linux interface this port is; empty: a simulated port
+    std::string linuxName{};        // the Linux interface this port is; empty: a simulated port
     std::array<uint8_t, 6> mac{};   // its MAC address (all zero: none known)
     bool operUp = true;             // link state: a port that is down neither sends nor receives
     uint32_t speedMbps = 0;         // link speed, 0 when unknown

@@ -36,7 +36,7 @@ $(SAN_BUILD)/CMakeCache.txt:
 	  -DLLDPV2_BUILD_BENCH=OFF -DLLDPV2_MIBS_DIR=$(MIBS)
 
 build-san: deps $(SAN_BUILD)/CMakeCache.txt
-	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host
+	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host ctl_unit_tests
 
 # Every test of the normal build, then the unit tests again under
 # AddressSanitizer and UndefinedBehaviorSanitizer.

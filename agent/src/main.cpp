@@ -257,6 +257,8 @@ int main(int argc, char **argv) {
         return 1;
     }
     lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentx);
+    // No log line per SNMP request ("Connection from ...").
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
     if (init_agent(kAppName) != 0) {
         std::cerr << kAppName << ": net-snmp agent initialisation failed\n";
         return 1;

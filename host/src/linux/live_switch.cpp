@@ -80,7 +80,7 @@ struct LiveSwitch::State {
         bool receiveErrorLogged = false;
     };
     struct Replay {
-        uint64_t at = 0;  // monotonic microseconds
+        uint64_t at = 0;  // microseconds after the start of the replay
         uint32_t ifIndex = 0;
         std::vector<uint8_t> frame;
     };
@@ -93,7 +93,10 @@ struct LiveSwitch::State {
     std::map<std::string, LinkInfo> links;        // the kernel's links by name
     std::unique_ptr<NetlinkMonitor> netlink;
     std::unique_ptr<PcapWriter> pcapOut;
+    // By offset from the start of the replay, which is the first time the
+    // loop asks for it (the agent is serving by then).
     std::multimap<uint64_t, Replay> replays;
+    std::optional<uint64_t> replayStart;
     uint64_t frameSink = 0;
     uint64_t eventSink = 0;
     bool started = false;
@@ -252,6 +255,7 @@ struct LiveSwitch::State {
         }
         pcapOut.reset();
         replays.clear();
+        replayStart.reset();
         started = false;
     }
 
@@ -271,6 +275,10 @@ struct LiveSwitch::State {
                     linksChanged = true;
                     if (selection && !FindInterface(e.link.ifIndex) && selection->Wants(e.link)) {
                         AddInterface(InterfaceOfLink(e.link));
+                        // As in the host's scenario: sent to the nearest
+                        // bridge only, received from all three.
+                        SetAdminStatus(e.link.ifIndex, 2, AdminStatus::RxOnly);
+                        SetAdminStatus(e.link.ifIndex, 3, AdminStatus::RxOnly);
                         Log(Level::Notice, "interface " + e.link.name + " appeared: port " +
                                                std::to_string(e.link.ifIndex));
                     }
@@ -340,7 +348,6 @@ struct LiveSwitch::State {
     // -- captures
 
     bool LoadReplays(std::string *error) {
-        const uint64_t start = Micros();
         for (const PcapInput &in : options.pcapIn) {
             uint32_t ifIndex = 0;
             const std::vector<Interface> all = Interfaces();
@@ -376,7 +383,7 @@ struct LiveSwitch::State {
                 ++lldp;
                 const double offset = f.micros > first ? static_cast<double>(f.micros - first) : 0.0;
                 const uint64_t at =
-                    start + (options.pcapSpeed.factor > 0 ? static_cast<uint64_t>(offset / options.pcapSpeed.factor) : 0);
+                    options.pcapSpeed.factor > 0 ? static_cast<uint64_t>(offset / options.pcapSpeed.factor) : 0;
                 replays.emplace(at, Replay{at, ifIndex, std::move(f.bytes)});
             }
             Log(Level::Notice, "replaying " + std::to_string(lldp) + " LLDP frames of " + in.path + " into " +
@@ -472,14 +479,17 @@ void LiveSwitch::OnReadable(int fd) {
     }
 }
 
-std::optional<uint64_t> LiveSwitch::NextReplayMicros() const {
+std::optional<uint64_t> LiveSwitch::NextReplayMicros() {
     if (s_->replays.empty()) return std::nullopt;
-    return s_->replays.begin()->first;
+    if (!s_->replayStart) s_->replayStart = s_->Micros();
+    return *s_->replayStart + s_->replays.begin()->first;
 }
 
 void LiveSwitch::RunDue() {
+    if (s_->replays.empty()) return;
     const uint64_t now = s_->Micros();
-    while (!s_->replays.empty() && s_->replays.begin()->first <= now) {
+    if (!s_->replayStart) s_->replayStart = now;
+    while (!s_->replays.empty() && *s_->replayStart + s_->replays.begin()->first <= now) {
         State::Replay r = std::move(s_->replays.begin()->second);
         s_->replays.erase(s_->replays.begin());
         ReceiveFrame(r.ifIndex, r.frame);
@@ -512,7 +522,8 @@ bool LiveSwitch::HostMode() const { return s_->selection.has_value(); }
 
 std::string LiveSwitch::Describe(const LldpEvent &e) {
     std::ostringstream o;
-    o << "neighbour " << LldpEventKindName(e.kind) << " on " << PortText(e.ifIndex) << " " << AgentName(e.agent);
+    o << (e.kind == LldpEvent::Kind::Discarded ? "frame " : "neighbour ") << LldpEventKindName(e.kind) << " on "
+      << PortText(e.ifIndex) << " " << AgentName(e.agent);
     if (e.remIndex != 0) o << " index " << e.remIndex;
     if (!e.chassisId.empty() || !e.portId.empty()) o << ": chassis " << e.chassisId << " port " << e.portId;
     if (!e.reason.empty()) o << ": " << e.reason;

@@ -100,6 +100,10 @@ struct LiveSwitch::State {
     uint64_t frameSink = 0;
     uint64_t eventSink = 0;
     bool started = false;
+    // While a switch loads, its Linux ports have no sockets yet: their first
+    // frames wait here until the sockets are open.
+    bool holding = false;
+    std::vector<std::pair<uint32_t, std::vector<uint8_t>>> held;
 
     void Log(Level level, const std::string &text) const {
         if (hooks.log) hooks.log(level, text);
@@ -244,7 +248,24 @@ struct LiveSwitch::State {
         return ok;
     }
 
+    void AddSinks() {
+        if (frameSink == 0) frameSink = AddFrameSink([this](const TxFrame &f) { OnFrame(f); });
+        if (eventSink == 0) eventSink = AddEventSink([this](const LldpEvent &e) { Log(Level::Info, Describe(e)); });
+    }
+
+    // Sends what was held while loading, now that the sockets are open.
+    void SendHeld() {
+        holding = false;
+        for (const auto &[ifIndex, frame] : held) {
+            auto port = ports.find(ifIndex);
+            if (port != ports.end() && port->second.socket) port->second.socket->Send(frame);
+        }
+        held.clear();
+    }
+
     void CloseAll() {
+        holding = false;
+        held.clear();
         if (frameSink != 0) RemoveFrameSink(frameSink);
         if (eventSink != 0) RemoveEventSink(eventSink);
         frameSink = eventSink = 0;
@@ -332,6 +353,9 @@ struct LiveSwitch::State {
             source = DerivedPortMac(f.lldpdu, f.len, f.ifIndex);
         }
         const std::vector<uint8_t> frame = BuildFrame(group, source, f.lldpdu, f.len);
+        if (holding && port == ports.end() && held.size() < 1024) {
+            if (auto intf = FindInterface(f.ifIndex); intf && !intf->linuxName.empty()) held.emplace_back(f.ifIndex, frame);
+        }
         if (port != ports.end() && port->second.socket) {
             const int err = port->second.socket->Send(frame);
             if (err != 0 && !port->second.sendErrorLogged) {
@@ -406,15 +430,18 @@ LiveSwitch::StartError LiveSwitch::Start(const LiveOptions &options, std::string
         s_->selection = InterfaceSelection::Parse(*options.interfaces, error);
         if (!s_->selection) return StartError::Refused;
     }
-    std::vector<LinkInfo> hostLinks;
-    if (!s_->Load(error, &hostLinks)) return StartError::Refused;
     if (options.pcapOut) {
         s_->pcapOut = PcapWriter::Open(*options.pcapOut, error);
         if (!s_->pcapOut) return StartError::Io;
     }
-    State *s = s_.get();
-    s_->frameSink = AddFrameSink([s](const TxFrame &f) { s->OnFrame(f); });
-    s_->eventSink = AddEventSink([s](const LldpEvent &e) { s->Log(Level::Info, Describe(e)); });
+    // The sinks are in place before the switch loads: loading may send.
+    s_->AddSinks();
+    s_->holding = true;
+    std::vector<LinkInfo> hostLinks;
+    if (!s_->Load(error, &hostLinks)) {
+        s_->CloseAll();
+        return StartError::Refused;
+    }
     if (!s_->FollowKernel(s_->selection ? &hostLinks : nullptr, error)) {
         s_->CloseAll();
         return StartError::Io;
@@ -425,6 +452,7 @@ LiveSwitch::StartError LiveSwitch::Start(const LiveOptions &options, std::string
         s_->CloseAll();
         return StartError::NoPermission;
     }
+    s_->SendHeld();
     if (!s_->LoadReplays(error)) {
         s_->CloseAll();
         return StartError::Refused;
@@ -439,13 +467,19 @@ bool LiveSwitch::Reload(std::string *error) {
         return false;
     }
     std::vector<LinkInfo> hostLinks;
-    if (!s_->Load(error, &hostLinks)) return false;
+    s_->holding = true;
+    if (!s_->Load(error, &hostLinks)) {
+        s_->holding = false;
+        s_->held.clear();
+        return false;
+    }
     std::string why;
     if (!s_->FollowKernel(s_->selection ? &hostLinks : nullptr, &why)) {
         s_->Log(Level::Error, "after reload: " + why);
     }
     s_->SyncLinkState();
     if (!s_->SyncSockets(&why, nullptr)) s_->Log(Level::Error, "after reload: " + why);
+    s_->SendHeld();
     return true;
 }
 

@@ -608,7 +608,7 @@ TEST(DaemonLongJump, CountsWhatStepByStepProcessingCounts) {
         if (steps) sink = AddFrameSink([](const TxFrame &) {});
         const uint32_t end = Now() + 2 * 24 * 3600 * kSecs;
         if (steps) {
-            while (Now() < end) AdvanceClock(std::min<uint32_t>(337, end - Now()));
+            while (Now() < end) AdvanceClock(std::min<uint32_t>(911, end - Now()));
         } else {
             SetClock(end);
         }
@@ -626,6 +626,66 @@ TEST(DaemonLongJump, CountsWhatStepByStepProcessingCounts) {
     EXPECT_EQ(jump, stepped);
     EXPECT_GT(jump.counters[0].framesOut, 2u * 24 * 3600 / 7);
     EXPECT_GT(jump.stats[0].ageouts, 100u);
+    ResetSwitch();
+}
+
+}  // namespace
+
+namespace {
+
+// Many ports over a month in one jump, with the counts regular frames give.
+TEST(DaemonLongJump, AMonthOverAThousandPortsInOneJump) {
+    ResetSwitch();
+    ResetLldp();
+    AddNode(1);
+    for (uint32_t port = 1; port <= 1000; ++port) AddInterface(Interface{port, "p" + std::to_string(port), 1, 21});
+    const uint32_t month = 30u * 24 * 3600 * kSecs;
+    AdvanceClock(month);
+    const uint32_t frames = month / (30 * kSecs) + 1;  // at 0, 30 s, .. and at the end
+    for (uint32_t port : {1u, 500u, 1000u}) {
+        for (uint32_t agent = 1; agent <= 3; ++agent) EXPECT_EQ(Counters(port, agent).framesOut, frames);
+    }
+    EXPECT_EQ(NextDeadline(), std::optional<uint32_t>(month + 30 * kSecs));
+    ResetSwitch();
+}
+
+// An LLDPDU that does not fit a frame goes without the TLVs that do not fit
+// and counts as a length error.
+TEST(DaemonLongJump, AnLldpduBeyondAFrameIsCutAndCounted) {
+    std::string apps;
+    for (int i = 0; i < 168; ++i) apps += std::string(i ? ", " : "") + "{selector: 2, protocol: " + std::to_string(1000 + i) + ", priority: 1}";
+    const std::string text(255, 'x');
+    std::string oid = "1.3";
+    for (int i = 0; i < 120; ++i) oid += ".1";
+    const std::string yaml =
+        "system: {name: " + text + ", description: " + text + "}\n"
+        "nodes: [{id: 1, management-addresses: [{address: 192.0.2.1, oid: " + oid + "}]}]\n"
+        "interfaces:\n"
+        "  - {ifindex: 1, node: 1, type: gigabit-ethernet, name: p1,\n"
+        "     lldp: {description: " + text + ",\n"
+        "            dcbx: {pfc: {cap: 8}, ets: {}, ets-recommendation: {}, applications: [" + apps + "]},\n"
+        "            agents: [{agent: 1, tlvs: [port-desc, sys-name, sys-desc, sys-cap, dcbx, mac-phy, max-frame],\n"
+        "                      management-address: {address: 192.0.2.1, transmit: true}}]}}\n";
+    std::string error;
+    ASSERT_TRUE(LoadScenarioText(yaml, &error)) << error;
+    ASSERT_GT(LocalLldpdu(1, 1).size(), 1500u);
+    std::vector<size_t> sizes;
+    const uint64_t sink = AddFrameSink([&](const TxFrame &f) {
+        if (f.ifIndex != 1 || f.agent != 1) return;
+        sizes.push_back(f.len);
+        const lldp::DecodeResult d = lldp::DecodeLldpdu(f.lldpdu, f.len);
+        EXPECT_TRUE(d.accepted);
+        EXPECT_TRUE(d.sawEnd);
+        EXPECT_EQ(d.tlvsDiscarded, 0u);
+        EXPECT_EQ(d.pdu.sysDesc, std::optional<std::string>(text));
+    });
+    AdvanceClock(65 * kSecs);
+    RemoveFrameSink(sink);
+    ASSERT_EQ(sizes.size(), 3u);
+    for (size_t size : sizes) EXPECT_LE(size, 1500u);
+    EXPECT_EQ(Counters(1, 1).lengthErrors, 3u);
+    EXPECT_EQ(Counters(1, 1).framesOut, 3u);
+    EXPECT_EQ(Counters(1, 2).lengthErrors, 0u);
     ResetSwitch();
 }
 

@@ -201,16 +201,16 @@ TEST_F(LocalTablesTest, ManagementAddressTransmitRowsAreCreatedChangedAndDestroy
     EXPECT_EQ(first.At(3).value, std::vector<uint8_t>({192, 0, 2, 1}));
 
     // createAndGo, then the new row is there with its transmit flag.
-    Result created = send(2, with(key(1, 2, {10, 0, 0, 1}), {P::N(Mor(5, 5), 1), P::N(Mor(5, 6), 4)}));
+    Result created = send(2, with(key(1, 2, {192, 0, 2, 2}), {P::N(Mor(5, 5), 1), P::N(Mor(5, 6), 4)}));
     ASSERT_EQ(created.status, 0u);
     Result walk = send(3, key(1, 1, {192, 0, 2, 1}));
     ASSERT_EQ(walk.status, 0u);
     EXPECT_EQ(walk.U32(1), 2u);
-    EXPECT_EQ(walk.At(3).value, std::vector<uint8_t>({10, 0, 0, 1}));
+    EXPECT_EQ(walk.At(3).value, std::vector<uint8_t>({192, 0, 2, 2}));
     EXPECT_EQ(walk.U32(4), 1u);
 
     // Change the transmit flag of the row through active.
-    ASSERT_EQ(send(2, with(key(1, 2, {10, 0, 0, 1}), {P::N(Mor(5, 5), 2), P::N(Mor(5, 6), 1)})).status, 0u);
+    ASSERT_EQ(send(2, with(key(1, 2, {192, 0, 2, 2}), {P::N(Mor(5, 5), 2), P::N(Mor(5, 6), 1)})).status, 0u);
     EXPECT_EQ(send(3, key(1, 1, {192, 0, 2, 1})).U32(4), 2u);
 
     struct Case {
@@ -223,8 +223,11 @@ TEST_F(LocalTablesTest, ManagementAddressTransmitRowsAreCreatedChangedAndDestroy
         {"createAndWait is not offered", with(key(1, 3, {10, 0, 0, 2}), {P::N(Mor(5, 6), 5)}), 0x61010048, 4},
         {"multicast address", with(key(1, 3, {224, 0, 0, 1}), {P::N(Mor(5, 6), 4)}), 0x61010049, 2},
         {"broadcast address", with(key(1, 3, {255, 255, 255, 255}), {P::N(Mor(5, 6), 4)}), 0x61010049, 2},
-        {"second row on the same port and agent", with(key(1, 2, {10, 0, 0, 3}), {P::N(Mor(5, 6), 4)}), 0x6101004B,
-         kAll},
+        {"second row on the same port and agent", with(key(1, 2, {192, 0, 2, 1}), {P::N(Mor(5, 6), 4)}),
+         0x6101004B, kAll},
+        // No lldpV2LocManAddrEntry backs the address: the daemon knows no such row.
+        {"address that is no local management address", with(key(1, 3, {10, 0, 0, 3}), {P::N(Mor(5, 6), 4)}),
+         0x61010049, kAll},
         {"create on a port outside the strict class", with(key(2, 3, {10, 0, 0, 4}), {P::N(Mor(5, 6), 4)}),
          0x61010049, 0},
         {"change without row status on an unknown row", with(key(1, 3, {10, 0, 0, 5}), {P::N(Mor(5, 5), 1)}),
@@ -244,7 +247,7 @@ TEST_F(LocalTablesTest, ManagementAddressTransmitRowsAreCreatedChangedAndDestroy
     }
 
     // Destroy removes the row.
-    ASSERT_EQ(send(2, with(key(1, 2, {10, 0, 0, 1}), {P::N(Mor(5, 6), 6)})).status, 0u);
+    ASSERT_EQ(send(2, with(key(1, 2, {192, 0, 2, 2}), {P::N(Mor(5, 6), 6)})).status, 0u);
     EXPECT_EQ(send(3, key(1, 1, {192, 0, 2, 1})).status, 0x61010059u);
 }
 

@@ -27,6 +27,15 @@ bool HasProtoVlan(const PortLocal &local, uint16_t id) {
                        [id](const lldp::ProtoVlan &p) { return p.ppvid == id; });
 }
 
+// A transmit entry may only name an address that some member of the stack
+// owns: the local management address table has to back every entry.
+bool IsLocalManAddr(const ManKey &key) {
+    for (Daemon *d : AllDaemons()) {
+        if (d->localManAddrs.count(key) != 0) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 extern "C" {
@@ -121,6 +130,7 @@ uint32_t LLDP_mor_SetV2MibManAddrTlvCfg(uint32_t ifIndex, uint32_t agent, uint16
     switch (operation) {
         case LLDP_MANADDR_OP_CREATE:
             if (!key) return LLDP_ERR_BAD_VALUE;
+            if (!IsLocalManAddr(*key)) return LLDP_ERR_NO_SUCH_ROW;
             if (same) return LLDP_ERR_ROW_EXISTS;
             if (a->manAddrTx) return LLDP_ERR_TABLE_FULL;
             a->manAddrTx = ManAddrTx{*key, txEnable == 1, 1};

@@ -58,8 +58,11 @@ bool ValidNumber(const MIB_NODE_S *col, int64_t v) {
 }
 
 // An index sub-identifier read as a number of the column's syntax (index
-// values of signed syntaxes are never negative).
-bool ValidIndexNumber(const MIB_NODE_S *col, uint32_t arc) { return ValidNumber(col, arc); }
+// values of signed syntaxes are never negative); an enumerated index takes
+// only its named values.
+bool ValidIndexNumber(const MIB_NODE_S *col, uint32_t arc) {
+    return ValidNumber(col, arc) && (SyntaxCode(col) != MIB_SYNTAX_ENUM || IsNamedValue(Restriction(col), arc));
+}
 
 bool ValidLength(const MIB_NODE_S *col, uint32_t len) {
     uint32_t limit = SyntaxCode(col) == MIB_SYNTAX_OID ? kMaxSubIds : kMaxOctets;

@@ -3,7 +3,10 @@
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
+#include <algorithm>
 #include <map>
+
+#include "agent_log.h"
 #include <tuple>
 
 namespace lldpv2agent {
@@ -114,6 +117,9 @@ std::vector<SetGroup> GroupSets(const std::vector<SetTarget> &targets) {
     }
     return groups;
 }
+
+Engine::Engine(DeliverFn deliver)
+    : deliver_(std::move(deliver)), skips_([](const std::string &line) { Log(LOG_WARNING, line); }) {}
 
 uint32_t Engine::Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2host::MorMessage &reply) {
     uint32_t status = deliver_(moduleId, request, reply);
@@ -230,9 +236,15 @@ NextResult Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std
         bool valid = DecodeInstance(list, std::span<const uint32_t>(oid).subspan(leafOid.size())).has_value();
         if (!valid) {
             // An index its own syntax refuses could not be asked for by get:
-            // the row is passed over so that walk and get agree.
-            snmp_log(LOG_WARNING, "get-next reply for %s names an instance outside its index syntax: %s\n",
-                     leaf->name, lldpv2host::Describe(reply).c_str());
+            // the row is passed over so that walk and get agree (the VLAN id
+            // 0 rows of the VLAN transmit tables, DCBX application rows of
+            // the reserved selector 0).
+            const MIB_NODE_S *table = leaf->parent != nullptr ? leaf->parent->parent : nullptr;
+            skips_.Skipped(table != nullptr ? table->name : leaf->name);
+            if (LogEnabled(LOG_DEBUG)) {
+                snmp_log(LOG_DEBUG, "get-next reply for %s names an instance outside its index syntax: %s\n",
+                         leaf->name, lldpv2host::Describe(reply).c_str());
+            }
         } else if (CompareOid(oid, asked) > 0) {
             result.status = NextResult::Found;
             result.oid = std::move(oid);
@@ -324,6 +336,30 @@ int Engine::ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const
 
 GetResult Engine::Read(const SetTarget &target) {
     return ReadLeaf(target.leaf, IsScalar(target.leaf) ? nullptr : &target.index);
+}
+
+bool Engine::RowsWithPrefix(const MIB_NODE_S *leaf, const Index &prefix, size_t limit,
+                            std::vector<std::pair<Index, SnmpValue>> &rows) {
+    const MIB_INDEX_LIST_S *list = leaf->indexList;
+    if (list == nullptr || prefix.size() > list->count) return false;
+    Index from = prefix;
+    while (rows.size() < limit) {
+        lldpv2host::MorMessage request = lldpv2host::MakeRequest(MOR_OP_GETNEXT, TableOf(leaf->morId));
+        AddIndexParams(request, list, from);
+        lldpv2host::AddColumn(request, leaf->morId);
+        lldpv2host::MorMessage reply;
+        uint32_t status = Send(ModuleOf(leaf->morId), request, reply);
+        if (status != 0) return WalkStepOf(status) != WalkStep::Fail;
+        std::optional<Index> found = IndexFromReply(list, reply);
+        const lldpv2host::MorParam *param = lldpv2host::FindParam(reply, leaf->morId);
+        std::optional<SnmpValue> value;
+        if (param != nullptr) value = ValueFromParam(leaf, *param);
+        if (!found || !value) return false;
+        if (!std::equal(prefix.begin(), prefix.end(), found->begin()) || *found == from) return true;
+        rows.emplace_back(*found, std::move(*value));
+        from = std::move(*found);
+    }
+    return true;
 }
 
 uint32_t Engine::Apply(SetGroup &group, uint32_t &paraIndex) {

@@ -11,6 +11,7 @@
 #include "codec.h"
 #include "lldpv2host/mor_host.h"
 #include "mib_tree.h"
+#include "skip_log.h"
 
 namespace lldpv2agent {
 
@@ -82,7 +83,7 @@ std::vector<SetGroup> GroupSets(const std::vector<SetTarget> &targets);
 
 class Engine {
 public:
-    explicit Engine(DeliverFn deliver) : deliver_(std::move(deliver)) {}
+    explicit Engine(DeliverFn deliver);
 
     GetResult Get(const MibTree &tree, std::span<const uint32_t> oid);
 
@@ -97,6 +98,12 @@ public:
     // Reads the current value of a set target (for undo).
     GetResult Read(const SetTarget &target);
 
+    // Every row of a column whose index begins with prefix, with the
+    // column's value, in the module's order; at most limit rows. False when
+    // a request fails or a reply is malformed.
+    bool RowsWithPrefix(const MIB_NODE_S *leaf, const Index &prefix, size_t limit,
+                        std::vector<std::pair<Index, SnmpValue>> &rows);
+
     // Delivers a set group; 0 or the MOR status.
     uint32_t Apply(SetGroup &group, uint32_t &paraIndex);
 
@@ -107,6 +114,7 @@ private:
                             WalkStep &step);
 
     DeliverFn deliver_;
+    SkipLog skips_;
 };
 
 }  // namespace lldpv2agent

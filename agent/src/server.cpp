@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <optional>
 
+#include "set_undo.h"
+
 namespace lldpv2agent {
 
 namespace {
@@ -78,8 +80,8 @@ struct SetState {
     std::vector<netsnmp_request_info *> requests;  // aligned with targets
     std::vector<SetTarget> targets;
     std::vector<SetGroup> groups;
-    std::vector<bool> applied;                // per group
-    std::vector<std::optional<SnmpValue>> old;  // per target: value before the set
+    std::vector<RowSnapshot> before;  // per group: what its row held before the set
+    std::vector<bool> attempted;      // per group: sent to the module
 };
 
 void FreeSetState(void *p) { delete static_cast<SetState *>(p); }
@@ -150,16 +152,26 @@ SetState *StateOf(netsnmp_request_info *requests, netsnmp_agent_request_info *re
     return static_cast<SetState *>(netsnmp_agent_get_list_data(reqinfo, SetStateKey(requests).c_str()));
 }
 
-void SetReserve2(Engine &engine, SetState &state) {
+// A set is all or nothing. Every varbind has been checked against its node
+// record; before anything is written, what each row of the set holds is read,
+// so that when the module refuses one write every row already written (and
+// the refused one, in case the module wrote part of it) is put back. The
+// module checks a request before it writes, so its refusal answers that
+// varbind with the module's reason. Whatever a write set off outside the MIB
+// objects (an LLDPDU already sent, a notification) cannot be taken back; a
+// row that cannot be put back answers undoFailed.
+void SetReserve2(Engine &engine, SetState &state, netsnmp_agent_request_info *reqinfo) {
     state.groups = GroupSets(state.targets);
-    state.applied.assign(state.groups.size(), false);
-    // Keep what read-write objects held, to put it back if the set fails
-    // elsewhere. Rows that a set creates or destroys are not restored.
-    state.old.assign(state.targets.size(), std::nullopt);
-    for (size_t i = 0; i < state.targets.size(); ++i) {
-        if (state.targets[i].leaf->access != MIB_ACCESS_READ_WRITE) continue;
-        GetResult before = engine.Read(state.targets[i]);
-        if (!before.failed && before.exception == 0) state.old[i] = std::move(before.value);
+    state.attempted.assign(state.groups.size(), false);
+    state.before.assign(state.groups.size(), RowSnapshot{});
+    for (size_t g = 0; g < state.groups.size(); ++g) {
+        if (!TakeSnapshot(engine, state.targets, state.groups[g], state.before[g])) {
+            // What could not be read could not be put back.
+            size_t first = state.groups[g].members.front();
+            snmp_log(LOG_WARNING, "set of %s refused: its row cannot be read\n", state.targets[first].leaf->name);
+            netsnmp_set_request_error(reqinfo, state.requests[first], SNMP_ERR_GENERR);
+            return;
+        }
     }
 }
 
@@ -167,37 +179,26 @@ void SetAction(Engine &engine, SetState &state, netsnmp_agent_request_info *reqi
     for (size_t g = 0; g < state.groups.size(); ++g) {
         SetGroup &group = state.groups[g];
         uint32_t paraIndex = MOR_PARA_INDEX_ALL;
+        state.attempted[g] = true;
         uint32_t status = engine.Apply(group, paraIndex);
         if (status != 0) {
             size_t blamed = group.Blame(paraIndex);
-            snmp_log(LOG_INFO, "set of %s refused: 0x%X at %u\n", state.targets[blamed].leaf->name, status, paraIndex);
+            snmp_log(LOG_DEBUG, "set of %s refused: 0x%X at %u\n", state.targets[blamed].leaf->name, status,
+                     paraIndex);
             netsnmp_set_request_error(reqinfo, state.requests[blamed], SetErrorOf(status));
             return;
         }
-        state.applied[g] = true;
     }
 }
 
 void SetUndo(Engine &engine, SetState &state, netsnmp_agent_request_info *reqinfo) {
-    for (size_t g = 0; g < state.groups.size(); ++g) {
-        if (!state.applied[g]) continue;
-        std::vector<SetTarget> restore;
-        std::vector<size_t> positions;
-        for (size_t member : state.groups[g].members) {
-            if (!state.old[member]) continue;
-            SetTarget t = state.targets[member];
-            t.value = *state.old[member];
-            restore.push_back(std::move(t));
-            positions.push_back(member);
+    // Latest first, so that a row written twice ends as it began.
+    for (size_t g = state.groups.size(); g-- > 0;) {
+        if (!state.attempted[g]) continue;
+        state.attempted[g] = false;
+        if (!Restore(engine, state.before[g])) {
+            netsnmp_set_request_error(reqinfo, state.requests[state.groups[g].members.front()], SNMP_ERR_UNDOFAILED);
         }
-        for (SetGroup &undo : GroupSets(restore)) {
-            uint32_t paraIndex = MOR_PARA_INDEX_ALL;
-            if (engine.Apply(undo, paraIndex) != 0) {
-                netsnmp_set_request_error(reqinfo, state.requests[positions[undo.Blame(paraIndex)]],
-                                          SNMP_ERR_UNDOFAILED);
-            }
-        }
-        state.applied[g] = false;
     }
 }
 
@@ -216,7 +217,7 @@ int Handle(netsnmp_mib_handler *handler, netsnmp_handler_registration * /*reg*/,
             SetReserve1(engine, *ctx->tree, reqinfo, requests);
             break;
         case MODE_SET_RESERVE2:
-            if (SetState *state = StateOf(requests, reqinfo)) SetReserve2(engine, *state);
+            if (SetState *state = StateOf(requests, reqinfo)) SetReserve2(engine, *state, reqinfo);
             break;
         case MODE_SET_ACTION:
             if (SetState *state = StateOf(requests, reqinfo)) SetAction(engine, *state, reqinfo);

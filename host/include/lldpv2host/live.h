@@ -63,7 +63,7 @@ struct NetlinkEvent {
 // header that does not fit.
 std::vector<NetlinkEvent> ParseNetlink(const uint8_t *data, size_t len);
 
-// Link speed from /sys/class/net/NAME/speed; 0 when unknown.
+// Link speed (ethtool, else /sys/class/net/NAME/speed); 0 when unknown.
 uint32_t LinkSpeedMbps(const std::string &name);
 
 // The links (speed filled in) and addresses of the host, by a dump over a

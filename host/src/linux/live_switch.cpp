@@ -243,7 +243,13 @@ struct LiveSwitch::State {
             ports.emplace(ifIndex, std::move(port));
             portByFd[fd] = ifIndex;
             if (hooks.watch) hooks.watch(fd);
-            Log(Level::Info, PortText(ifIndex) + ": LLDP on " + w.first);
+            std::string link = w.first;
+            if (auto intf = FindInterface(ifIndex)) {
+                link += " (" + InterfaceTypeName(intf->type) + ", " +
+                        (intf->speedMbps != 0 ? std::to_string(intf->speedMbps) + " Mb/s" : "speed unknown") + ", link " +
+                        (intf->operUp ? "up" : "down") + ")";
+            }
+            Log(Level::Info, PortText(ifIndex) + ": LLDP on " + link);
         }
         return ok;
     }

@@ -275,8 +275,9 @@ std::vector<NetlinkEvent> NetlinkMonitor::Read() {
         const ssize_t n = recv(fd_, buf.data(), buf.size(), MSG_DONTWAIT);
         if (n < 0) {
             if (errno == EINTR) continue;
-            // ENOBUFS: notifications were lost; the caller's next look at the
-            // links catches up.
+            // ENOBUFS: the kernel dropped notifications; the caller reads the
+            // whole state again.
+            if (errno == ENOBUFS) lost_ = true;
             break;
         }
         for (NetlinkEvent &e : ParseNetlink(buf.data(), static_cast<size_t>(n))) {

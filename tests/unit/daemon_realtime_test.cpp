@@ -606,9 +606,9 @@ TEST(DaemonLongJump, CountsWhatStepByStepProcessingCounts) {
         EXPECT_EQ(Receive(1, 2, lldp::EncodeLldpdu(Peer(9, 300))).outcome, ReceiveOutcome::Inserted);
         uint64_t sink = 0;
         if (steps) sink = AddFrameSink([](const TxFrame &) {});
-        const uint32_t end = Now() + 2 * 24 * 3600 * kSecs;
+        const uint32_t end = Now() + 24 * 3600 * kSecs;
         if (steps) {
-            while (Now() < end) AdvanceClock(std::min<uint32_t>(911, end - Now()));
+            while (Now() < end) AdvanceClock(std::min<uint32_t>(2003, end - Now()));
         } else {
             SetClock(end);
         }
@@ -624,7 +624,7 @@ TEST(DaemonLongJump, CountsWhatStepByStepProcessingCounts) {
     const Snapshot jump = run(false);
     const Snapshot stepped = run(true);
     EXPECT_EQ(jump, stepped);
-    EXPECT_GT(jump.counters[0].framesOut, 2u * 24 * 3600 / 7);
+    EXPECT_GT(jump.counters[0].framesOut, 24u * 3600 / 7);
     EXPECT_GT(jump.stats[0].ageouts, 100u);
     ResetSwitch();
 }

@@ -690,3 +690,29 @@ TEST(DaemonLongJump, AnLldpduBeyondAFrameIsCutAndCounted) {
 }
 
 }  // namespace
+
+namespace {
+
+// The default scenario stays populated as time runs, but for its neighbour
+// that ages out and the one that comes and goes.
+TEST(DaemonDefaultScenario, StaysPopulatedWhileOneNeighbourAgesOutAndOneComesAndGoes) {
+    std::string error;
+    ASSERT_TRUE(LoadDefaultScenario(&error)) << error;
+    ASSERT_EQ(NeighbourCount(), 11u);
+    struct Step {
+        uint32_t at;  // seconds after loading
+        size_t neighbours;
+    };
+    // The scenario's clock starts at 10 s. The test set was heard at 9 s with
+    // TTL 120. The access point, first heard at 8 s, talks for 300 s of every
+    // 600 s (heard every 30 s, last at 278 s + 600 k) and ages out 120 s
+    // after it was last heard.
+    const Step steps[] = {{118, 11}, {119, 10}, {387, 10}, {388, 9}, {597, 9}, {598, 10}, {3600, 10}, {3600 + 400, 9}};
+    for (const Step &s : steps) {
+        SetClock(1000 + s.at * kSecs);
+        EXPECT_EQ(NeighbourCount(), s.neighbours) << s.at;
+    }
+    ResetSwitch();
+}
+
+}  // namespace

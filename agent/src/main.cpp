@@ -121,6 +121,20 @@ bool LoadScenario(const std::optional<std::string> &path, const std::optional<st
 int RunCheck(const std::optional<std::string> &path, const std::optional<std::string> &interfaces) {
     std::string error;
     const std::string what = interfaces ? "of interfaces " + *interfaces : path.value_or("(default)");
+    if (path && !interfaces) {
+        // Every mistake of the file (up to the first few), then what it
+        // would load.
+        const lldpv2host::ScenarioCheck c = lldpv2host::CheckScenarioFile(*path);
+        for (const std::string &e : c.errors) std::cerr << e << "\n";
+        if (c.moreErrors) std::cerr << "(more mistakes follow; the first " << c.errors.size() << " are shown)\n";
+        std::cout << "scenario " << what << ": would load " << c.neighbours << " neighbours, " << c.addresses
+                  << " management addresses, " << c.agents << " agents\n";
+        if (!c.errors.empty()) {
+            std::cerr << kAppName << ": scenario " << what << " is not valid: " << c.errors.size()
+                      << (c.moreErrors ? " or more mistakes" : c.errors.size() == 1 ? " mistake" : " mistakes") << "\n";
+            return 1;
+        }
+    }
     if (!LoadScenario(path, interfaces, error)) {
         std::cerr << kAppName << ": scenario " << what << " is not valid: " << error << "\n";
         return 1;
@@ -166,6 +180,10 @@ int main(int argc, char **argv) {
         ->check(CLI::IsMember({"stderr", "syslog"}))
         ->capture_default_str();
     app.add_flag("--check", check, "load and validate the scenario, report, and exit");
+    uint64_t maxScenarioSize = lldpv2host::kDefaultScenarioSizeLimit;
+    app.add_option("--max-scenario-size", maxScenarioSize, "largest scenario file read, in bytes (suffixes: KiB, MiB)")
+        ->transform(CLI::AsSizeValue(false))
+        ->capture_default_str();
     app.add_option("--community", access.roCommunity, "read-only community")->capture_default_str();
     app.add_option("--rwcommunity", access.rwCommunity, "read-write community (none: sets are refused)");
     auto *user = app.add_option("--v3-user", access.v3User, "SNMPv3 user with read-write access (authPriv, SHA/AES)");
@@ -178,6 +196,7 @@ int main(int argc, char **argv) {
     app.add_flag("-v,--verbose", verbosity, "log LLDP events (neighbours, discarded frames); twice: debug");
     CLI11_PARSE(app, argc, argv);
 
+    lldpv2host::SetScenarioSizeLimit(maxScenarioSize);
     if (check) return RunCheck(scenario, interfaces);
 
     auto plainWord = [](const std::string &s) {

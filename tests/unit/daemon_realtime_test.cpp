@@ -500,7 +500,7 @@ TEST_F(DaemonRealTime, ScenarioKeysOfLinksAndRefreshAreChecked) {
         {"  - {ifindex: 1, node: 1, type: gigabit-ethernet, name: a, linux: eth0}\n"
          "  - {ifindex: 2, node: 1, type: gigabit-ethernet, name: b, linux: eth0}\n",
          "lab.yaml:4: linux: interface eth0 given twice"},
-        {"  - {ifindex: 1, node: 1, type: gigabit-ethernet, speed: -1}\n", "speed: '-1' is not a number"},
+        {"  - {ifindex: 1, node: 1, type: gigabit-ethernet, speed: -1}\n", "speed: -1 is negative (expected 0..4294967295)"},
         {"  - {ifindex: 1, node: 1, type: gigabit-ethernet, name: p}\nneighbours:\n"
          "  - {port: p, silent: {every: 60, for: 60}, chassis-id: {subtype: local, value: x},\n"
          "     port-id: {subtype: local, value: y}}\n",

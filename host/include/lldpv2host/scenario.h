@@ -98,7 +98,10 @@
 //       org-tlvs: [{oui: "00-11-22", subtype: 1, info: "0a0b"}]
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace lldpv2host {
 
@@ -112,5 +115,28 @@ bool LoadScenarioText(const std::string &text, std::string *error, const std::st
 // and one that ages out two minutes after loading.
 bool LoadDefaultScenario(std::string *error = nullptr);
 const char *DefaultScenarioText();
+
+// A scenario larger than this is refused unread (64 MiB unless set).
+inline constexpr uint64_t kDefaultScenarioSizeLimit = uint64_t{64} << 20;
+void SetScenarioSizeLimit(uint64_t bytes);
+uint64_t ScenarioSizeLimit();
+
+// A refused scenario reports up to this many mistakes, one per line of the
+// error, in the order of the file.
+inline constexpr size_t kMaxScenarioErrors = 20;
+
+// What a scenario holds, read without loading it: its mistakes (at most
+// kMaxScenarioErrors; moreErrors when there were more) and what it would load.
+struct ScenarioCheck {
+    std::vector<std::string> errors;
+    bool moreErrors = false;
+    size_t nodes = 0;
+    size_t interfaces = 0;
+    size_t neighbours = 0;
+    size_t addresses = 0;  // local management addresses of the nodes
+    size_t agents = 0;     // LLDP agents: (port, agent) pairs that run
+};
+ScenarioCheck CheckScenarioFile(const std::string &path);
+ScenarioCheck CheckScenarioText(const std::string &text, const std::string &name = "<scenario>");
 
 }  // namespace lldpv2host

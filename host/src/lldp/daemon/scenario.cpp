@@ -4,9 +4,11 @@
 #include "lldpv2host/scenario.h"
 
 #include <arpa/inet.h>
+#include <yaml-cpp/depthguard.h>
 #include <yaml-cpp/yaml.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
@@ -28,18 +30,101 @@ struct ScenarioError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+uint64_t g_sizeLimit = kDefaultScenarioSizeLimit;
+
+// How deep a scenario nests at most: the deepest field (a DCBX list of a
+// port's LLDP data) lies 7 levels down.
+constexpr int kMaxNesting = 16;
+
+// The mistakes of one file, in the order found, each once, at most
+// kMaxScenarioErrors of them.
+class Errors {
+public:
+    void Add(const std::string &what) {
+        if (std::find(list_.begin(), list_.end(), what) != list_.end()) return;
+        if (list_.size() < kMaxScenarioErrors) {
+            list_.push_back(what);
+        } else {
+            more_ = true;
+        }
+    }
+    bool Empty() const { return list_.empty(); }
+    const std::vector<std::string> &List() const { return list_; }
+    bool More() const { return more_; }
+
+private:
+    std::vector<std::string> list_;
+    bool more_ = false;
+};
+
+std::string KindOf(const YAML::Node &n) {
+    if (!n.IsDefined() || n.IsNull()) return "nothing";
+    if (n.IsMap()) return "a mapping";
+    if (n.IsSequence()) return "a list";
+    return "'" + n.Scalar() + "'";
+}
+
+// The offset of the first octet of s that does not belong to a well-formed
+// UTF-8 sequence (no overlong forms, no surrogates, at most U+10FFFF).
+std::optional<size_t> Utf8Error(const std::string &s) {
+    const auto *b = reinterpret_cast<const unsigned char *>(s.data());
+    const size_t n = s.size();
+    for (size_t i = 0; i < n;) {
+        const unsigned char c = b[i];
+        size_t len = 0;
+        uint32_t cp = 0;
+        if (c < 0x80) {
+            ++i;
+            continue;
+        } else if ((c & 0xE0) == 0xC0) {
+            len = 2;
+            cp = c & 0x1F;
+        } else if ((c & 0xF0) == 0xE0) {
+            len = 3;
+            cp = c & 0x0F;
+        } else if ((c & 0xF8) == 0xF0) {
+            len = 4;
+            cp = c & 0x07;
+        } else {
+            return i;
+        }
+        if (i + len > n) return i;
+        for (size_t k = 1; k < len; ++k) {
+            if ((b[i + k] & 0xC0) != 0x80) return i;
+            cp = (cp << 6) | (b[i + k] & 0x3F);
+        }
+        const uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+        if (cp < least[len] || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return i;
+        i += len;
+    }
+    return std::nullopt;
+}
+
 class Reader {
 public:
-    explicit Reader(std::string file) : file_(std::move(file)) {}
+    Reader(std::string file, Errors *errors) : file_(std::move(file)), errors_(errors) {}
 
-    [[noreturn]] void Fail(const YAML::Node &at, const std::string &what) const {
+    std::string At(const YAML::Node &at) const {
         const int line = at.Mark().is_null() ? 0 : at.Mark().line + 1;
-        throw ScenarioError(file_ + ":" + std::to_string(line) + ": " + what);
+        return file_ + ":" + std::to_string(line) + ": ";
+    }
+
+    [[noreturn]] void Fail(const YAML::Node &at, const std::string &what) const { throw ScenarioError(At(at) + what); }
+
+    // Reads one item (a section, a node, an interface, a neighbour); its
+    // first mistake is recorded and reading goes on with the next item.
+    template <typename F>
+    void Item(F &&read) const {
+        try {
+            read();
+        } catch (const ScenarioError &e) {
+            errors_->Add(e.what());
+        }
     }
 
     // Refuses keys of a map that are not in allowed.
     void Keys(const YAML::Node &map, const std::string &what, std::initializer_list<const char *> allowed) const {
-        if (!map.IsMap()) Fail(map, what + ": expected a mapping");
+        if (!map.IsMap()) Fail(map, what + ": expected a mapping, found " + KindOf(map));
         for (const auto &kv : map) {
             const std::string key = kv.first.as<std::string>();
             if (std::none_of(allowed.begin(), allowed.end(), [&](const char *a) { return key == a; })) {
@@ -49,28 +134,33 @@ public:
     }
 
     void Seq(const YAML::Node &n, const std::string &what) const {
-        if (!n.IsSequence()) Fail(n, what + ": expected a list");
+        if (!n.IsSequence()) Fail(n, what + ": expected a list, found " + KindOf(n));
     }
 
     std::string Str(const YAML::Node &n, const std::string &what) const {
-        if (!n.IsScalar()) Fail(n, what + ": expected a text value");
+        if (!n.IsScalar()) Fail(n, what + ": expected a text value, found " + KindOf(n));
         return n.Scalar();
     }
 
     uint64_t UInt(const YAML::Node &n, const std::string &what, uint64_t min, uint64_t max) const {
         const std::string s = Str(n, what);
+        const std::string range = std::to_string(min) + ".." + std::to_string(max);
         uint64_t v = 0;
+        const bool negative = s.size() > 1 && s[0] == '-' && std::isdigit(static_cast<unsigned char>(s[1]));
+        if (negative) Fail(n, what + ": " + s + " is negative (expected " + range + ")");
         try {
             size_t used = 0;
-            if (s.empty() || s[0] == '-' || s[0] == '+') throw std::invalid_argument(s);
+            if (s.empty() || s[0] == '+' || !std::isdigit(static_cast<unsigned char>(s[0]))) {
+                throw std::invalid_argument(s);
+            }
             v = std::stoull(s, &used, 0);
             if (used != s.size()) throw std::invalid_argument(s);
+        } catch (const std::out_of_range &) {
+            Fail(n, what + ": " + s + " is outside " + range);
         } catch (const std::exception &) {
-            Fail(n, what + ": '" + s + "' is not a number");
+            Fail(n, what + ": '" + s + "' is not a number (expected " + range + ")");
         }
-        if (v < min || v > max) {
-            Fail(n, what + ": " + s + " is outside " + std::to_string(min) + ".." + std::to_string(max));
-        }
+        if (v < min || v > max) Fail(n, what + ": " + s + " is outside " + range);
         return v;
     }
 
@@ -147,8 +237,11 @@ public:
         return ber;
     }
 
+    Errors &errors() const { return *errors_; }
+
 private:
     std::string file_;
+    Errors *errors_;
 };
 
 const std::map<std::string, uint64_t> kChassisSubtypes = {
@@ -227,9 +320,13 @@ std::pair<uint16_t, uint16_t> ReadCaps(const Reader &r, const YAML::Node &n) {
     return {sets[0], sets[1]};
 }
 
+// A text field (SnmpAdminString): UTF-8, at most max octets.
 std::string Text(const Reader &r, const YAML::Node &n, const std::string &what, size_t max) {
     const std::string s = r.Str(n, what);
     if (s.size() > max) r.Fail(n, what + ": longer than " + std::to_string(max) + " octets");
+    if (std::optional<size_t> bad = Utf8Error(s)) {
+        r.Fail(n, what + ": not UTF-8 at byte " + std::to_string(*bad));
+    }
     return s;
 }
 
@@ -404,6 +501,7 @@ struct Plan {
     std::vector<std::pair<uint32_t, std::function<void(PortState &)>>> portSetup;
     std::vector<NeighbourPlan> neighbours;
     std::set<std::pair<uint32_t, uint32_t>> notReceiving;  // (ifIndex, agent) whose admin status does not receive
+    size_t addresses = 0;  // local management addresses of the nodes
 };
 
 void ReadSystem(const Reader &r, const YAML::Node &n, Plan &plan) {
@@ -414,6 +512,16 @@ void ReadSystem(const Reader &r, const YAML::Node &n, Plan &plan) {
     if (n["description"]) sys.sysDesc = Text(r, n["description"], "system description", 255);
     if (n["capabilities"]) std::tie(sys.capSupported, sys.capEnabled) = ReadCaps(r, n["capabilities"]);
     plan.system = sys;
+}
+
+// The values the daemon takes for a global setting, as "min..max".
+std::string GlobalRange(uint32_t id) {
+    constexpr uint32_t kProbe = 1u << 17;
+    uint32_t lo = 0;
+    while (lo < kProbe && CheckGlobalValue(id, lo) != 0) ++lo;
+    uint32_t hi = lo;
+    while (hi + 1 < kProbe && CheckGlobalValue(id, hi + 1) == 0) ++hi;
+    return std::to_string(lo) + ".." + std::to_string(hi);
 }
 
 void ReadGlobal(const Reader &r, const YAML::Node &n, Plan &plan) {
@@ -437,9 +545,14 @@ void ReadGlobal(const Reader &r, const YAML::Node &n, Plan &plan) {
     };
     for (const Field &f : fields) {
         if (!n[f.key]) continue;
-        const uint32_t v = static_cast<uint32_t>(r.UInt(n[f.key], f.key, 0, UINT32_MAX));
-        if (CheckGlobalValue(f.id, v) != 0) r.Fail(n[f.key], std::string(f.key) + ": " + std::to_string(v) + " is out of range");
-        f.set(v);
+        r.Item([&] {
+            const uint32_t v = static_cast<uint32_t>(r.UInt(n[f.key], f.key, 0, UINT32_MAX));
+            if (CheckGlobalValue(f.id, v) != 0) {
+                r.Fail(n[f.key], std::string(f.key) + ": " + std::to_string(v) + " is out of range (expected " +
+                                     GlobalRange(f.id) + ")");
+            }
+            f.set(v);
+        });
     }
     if (n["tx-delay"]) c.txDelay = static_cast<uint16_t>(r.UInt(n["tx-delay"], "tx-delay", 1, 8192));
     plan.config = c;
@@ -449,7 +562,7 @@ void ReadNodes(const Reader &r, const YAML::Node &n, Plan &plan) {
     r.Seq(n, "nodes");
     if (n.size() == 0) r.Fail(n, "nodes: at least one node is required");
     std::set<uint16_t> seen;
-    for (const auto &node : n) {
+    for (const auto &node : n) r.Item([&] {
         r.Keys(node, "node", {"id", "up", "management-addresses"});
         if (!node["id"]) r.Fail(node, "node: 'id' is required");
         const uint16_t id = static_cast<uint16_t>(r.UInt(node["id"], "node id", 0, 0xFFFF));
@@ -466,12 +579,13 @@ void ReadNodes(const Reader &r, const YAML::Node &n, Plan &plan) {
                 if (!keys.insert(l.key).second) r.Fail(a, "management address given twice on this node");
                 addrs.push_back(l);
             }
+            plan.addresses += addrs.size();
             plan.nodeOf.push_back(id);
             plan.nodeSetup.push_back([addrs](Daemon &d) {
                 for (const LocalManAddr &l : addrs) d.localManAddrs[l.key] = l;
             });
         }
-    }
+    });
 }
 
 uint32_t ReadAgentNo(const Reader &r, const YAML::Node &n) { return static_cast<uint32_t>(r.Named(n, "agent", kAgents, 1, 3)); }
@@ -626,7 +740,7 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
     std::set<uint32_t> seen;
     std::set<std::string> names;
     std::set<std::string> linuxNames;
-    for (const auto &i : n) {
+    for (const auto &i : n) r.Item([&] {
         r.Keys(i, "interface", {"ifindex", "name", "node", "type", "valid", "temporary", "sub-interface", "lldp-data",
                                 "type-readable", "linux", "mac", "link", "speed", "lldp"});
         for (const char *k : {"ifindex", "node", "type"}) {
@@ -674,7 +788,7 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
             if (!IsLldpPort(intf)) r.Fail(i["lldp"], "lldp: interface " + intf.name + " is not an LLDP port");
             ReadPortLldp(r, i["lldp"], intf, nodeAddrs.at(intf.node), plan);
         }
-    }
+    });
 }
 
 std::vector<uint8_t> ReadNeighbourPdu(const Reader &r, const YAML::Node &n) {
@@ -775,7 +889,7 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
         byName[i.name] = &i;
         byIndex[i.ifIndex] = &i;
     }
-    for (const auto &nb : n) {
+    for (const auto &nb : n) r.Item([&] {
         r.Keys(nb, "neighbour",
                {"port", "agent", "at", "refresh", "silent", "lldpdu", "chassis-id", "port-id", "ttl", "port-description", "system-name",
                 "system-description", "capabilities", "management-addresses", "port-vlan", "proto-vlans",
@@ -818,36 +932,79 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
         np.lldpdu = ReadNeighbourPdu(r, nb);
         np.where = file + ":" + std::to_string(nb.Mark().line + 1);
         plan.neighbours.push_back(std::move(np));
+    });
+}
+
+// Mistakes of the document as a whole, found before its fields are read:
+// keys given twice in one mapping (YAML would silently keep the first) and
+// nesting deeper than any field lies.
+void Inspect(const Reader &r, const YAML::Node &n, const std::string &path, int depth) {
+    if (depth > kMaxNesting) {
+        r.errors().Add(r.At(n) + path + ": nested " + std::to_string(depth) + " levels deep (a scenario nests at most " +
+                       std::to_string(kMaxNesting) + ")");
+        return;
+    }
+    if (n.IsMap()) {
+        std::map<std::string, int> lines;
+        for (const auto &kv : n) {
+            const std::string key = kv.first.IsScalar() ? kv.first.Scalar() : "?";
+            const int line = kv.first.Mark().line + 1;
+            auto [it, added] = lines.emplace(key, line);
+            if (!added) {
+                r.errors().Add(r.At(kv.first) + (path.empty() ? "" : path + ": ") + "key '" + key +
+                               "' given twice (lines " + std::to_string(it->second) + " and " + std::to_string(line) +
+                               ")");
+            }
+            Inspect(r, kv.second, path.empty() ? key : path + "." + key, depth + 1);
+        }
+    } else if (n.IsSequence()) {
+        size_t i = 0;
+        for (const auto &item : n) Inspect(r, item, path + "[" + std::to_string(i++) + "]", depth + 1);
     }
 }
 
-Plan ReadPlan(const YAML::Node &root, const std::string &file) {
-    const Reader r(file);
-    if (!root.IsDefined() || root.IsNull()) throw ScenarioError(file + ":1: the scenario is empty");
-    r.Keys(root, "scenario", {"system", "lldp", "clock", "nodes", "interfaces", "neighbours"});
+Plan ReadPlan(const YAML::Node &root, const std::string &file, Errors &errors) {
+    const Reader r(file, &errors);
     Plan plan;
-    if (root["system"]) ReadSystem(r, root["system"], plan);
-    if (root["lldp"]) ReadGlobal(r, root["lldp"], plan);
-    if (root["clock"]) plan.clock = static_cast<uint32_t>(r.UInt(root["clock"], "clock", 0, UINT32_MAX));
-    if (!root["nodes"]) r.Fail(root, "scenario: 'nodes' is required");
-    ReadNodes(r, root["nodes"], plan);
+    if (!root.IsDefined() || root.IsNull()) {
+        errors.Add(file + ":1: the scenario is empty");
+        return plan;
+    }
+    if (!root.IsMap()) {
+        errors.Add(r.At(root) + "scenario: expected a mapping, found " + KindOf(root));
+        return plan;
+    }
+    Inspect(r, root, "", 0);
+    r.Item([&] { r.Keys(root, "scenario", {"system", "lldp", "clock", "nodes", "interfaces", "neighbours"}); });
+    if (root["system"]) r.Item([&] { ReadSystem(r, root["system"], plan); });
+    if (root["lldp"]) r.Item([&] { ReadGlobal(r, root["lldp"], plan); });
+    if (root["clock"]) {
+        r.Item([&] { plan.clock = static_cast<uint32_t>(r.UInt(root["clock"], "clock", 0, UINT32_MAX)); });
+    }
+    if (!root["nodes"]) {
+        errors.Add(r.At(root) + "scenario: 'nodes' is required");
+        return plan;
+    }
+    r.Item([&] { ReadNodes(r, root["nodes"], plan); });
     std::map<uint16_t, std::set<ManKey>> nodeAddrs;
     for (const auto &[id, up] : plan.nodes) nodeAddrs[id];
-    for (const auto &node : root["nodes"]) {
-        if (!node["management-addresses"]) continue;
-        const uint16_t id = static_cast<uint16_t>(r.UInt(node["id"], "node id", 0, 0xFFFF));
-        for (const auto &a : node["management-addresses"]) {
-            const lldp::ManagementAddress m = ReadManAddr(r, a);
-            nodeAddrs[id].insert(ManKey{m.subtype, m.address});
-        }
+    if (root["nodes"].IsSequence()) {
+        for (const auto &node : root["nodes"]) r.Item([&] {
+            if (!node.IsMap() || !node["management-addresses"] || !node["management-addresses"].IsSequence()) return;
+            const uint16_t id = static_cast<uint16_t>(r.UInt(node["id"], "node id", 0, 0xFFFF));
+            for (const auto &a : node["management-addresses"]) {
+                const lldp::ManagementAddress m = ReadManAddr(r, a);
+                nodeAddrs[id].insert(ManKey{m.subtype, m.address});
+            }
+        });
     }
-    if (root["interfaces"]) ReadInterfaces(r, root["interfaces"], nodeAddrs, plan);
-    if (root["neighbours"]) ReadNeighbours(r, root["neighbours"], file, plan);
+    if (root["interfaces"]) r.Item([&] { ReadInterfaces(r, root["interfaces"], nodeAddrs, plan); });
+    if (root["neighbours"]) r.Item([&] { ReadNeighbours(r, root["neighbours"], file, plan); });
     uint32_t last = 0;
     for (const NeighbourPlan &np : plan.neighbours) last = std::max(last, np.at);
     if (plan.clock && *plan.clock < last) {
-        r.Fail(root["clock"], "clock: " + std::to_string(*plan.clock) + " lies before the last neighbour's 'at' (" +
-                                  std::to_string(last) + ")");
+        errors.Add(r.At(root["clock"]) + "clock: " + std::to_string(*plan.clock) +
+                   " lies before the last neighbour's 'at' (" + std::to_string(last) + ")");
     }
     return plan;
 }
@@ -903,16 +1060,61 @@ std::string Apply(const Plan &plan) {
     return {};
 }
 
-bool Load(const std::string &text, const std::string &file, std::string *error) {
-    Plan plan;
+std::string SizeError(const std::string &file, uint64_t size) {
+    return file + ": " + std::to_string(size) + " bytes, more than the scenario size limit of " +
+           std::to_string(g_sizeLimit) + " bytes";
+}
+
+// Reads text into a plan; the mistakes go to errors.
+Plan Read(const std::string &text, const std::string &file, Errors &errors) {
+    if (text.size() > g_sizeLimit) {
+        errors.Add(SizeError(file, text.size()));
+        return {};
+    }
     try {
         const YAML::Node root = YAML::Load(text);
-        plan = ReadPlan(root, file);
-    } catch (const ScenarioError &e) {
-        if (error != nullptr) *error = e.what();
-        return false;
+        return ReadPlan(root, file, errors);
+    } catch (const YAML::DeepRecursion &e) {
+        errors.Add(file + ":" + std::to_string(e.mark.line + 1) + ": nested " + std::to_string(e.depth()) +
+                   " or more levels deep (a scenario nests at most " + std::to_string(kMaxNesting) + ")");
     } catch (const YAML::Exception &e) {
-        if (error != nullptr) *error = file + ":" + std::to_string(e.mark.line + 1) + ": " + e.msg;
+        errors.Add(file + ":" + std::to_string(e.mark.line + 1) + ": " + e.msg);
+    }
+    return {};
+}
+
+size_t AgentsOf(const Plan &plan) {
+    size_t agents = 0;
+    for (const Interface &i : plan.interfaces) {
+        if (!IsLldpPort(i)) continue;
+        for (uint32_t a = 1; a <= 3; ++a) agents += AgentAllowed(i.type, a) ? 1 : 0;
+    }
+    return agents;
+}
+
+ScenarioCheck Check(const std::string &text, const std::string &file) {
+    Errors errors;
+    const Plan plan = Read(text, file, errors);
+    ScenarioCheck c;
+    c.errors = errors.List();
+    c.moreErrors = errors.More();
+    c.nodes = plan.nodes.size();
+    c.interfaces = plan.interfaces.size();
+    c.neighbours = plan.neighbours.size();
+    c.addresses = plan.addresses;
+    c.agents = AgentsOf(plan);
+    return c;
+}
+
+bool Load(const std::string &text, const std::string &file, std::string *error) {
+    Errors errors;
+    const Plan plan = Read(text, file, errors);
+    if (!errors.Empty()) {
+        if (error != nullptr) {
+            error->clear();
+            for (const std::string &e : errors.List()) *error += (error->empty() ? "" : "\n") + e;
+            if (errors.More()) *error += "\n(more mistakes follow; the first " + std::to_string(kMaxScenarioErrors) + " are shown)";
+        }
         return false;
     }
     const std::string failure = Apply(plan);
@@ -925,6 +1127,35 @@ bool Load(const std::string &text, const std::string &file, std::string *error) 
     return true;
 }
 
+// The text of a file, or an error (missing, unreadable, above the limit).
+std::optional<std::string> ReadFile(const std::string &path, std::string &error) {
+    std::error_code ec;
+    const uintmax_t size = std::filesystem::file_size(path, ec);
+    if (!ec && size > g_sizeLimit) {
+        error = SizeError(path, size);
+        return std::nullopt;
+    }
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        error = path + ": cannot be read";
+        return std::nullopt;
+    }
+    // Read at most one octet past the limit: a file that grows (or a pipe)
+    // is refused without reading all of it.
+    std::string text(static_cast<size_t>(std::min<uint64_t>(g_sizeLimit + 1, uint64_t{1} << 20)), '\0');
+    std::string out;
+    while (in && out.size() <= g_sizeLimit) {
+        in.read(text.data(), static_cast<std::streamsize>(std::min<uint64_t>(text.size(), g_sizeLimit + 1 - out.size())));
+        out.append(text.data(), static_cast<size_t>(in.gcount()));
+        if (in.gcount() == 0) break;
+    }
+    if (out.size() > g_sizeLimit) {
+        error = SizeError(path, out.size()) + " (or more)";
+        return std::nullopt;
+    }
+    return out;
+}
+
 }  // namespace
 
 bool LoadScenarioText(const std::string &text, std::string *error, const std::string &name) {
@@ -932,14 +1163,29 @@ bool LoadScenarioText(const std::string &text, std::string *error, const std::st
 }
 
 bool LoadScenarioFile(const std::string &path, std::string *error) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        if (error != nullptr) *error = path + ": cannot be read";
+    std::string failure;
+    std::optional<std::string> text = ReadFile(path, failure);
+    if (!text) {
+        if (error != nullptr) *error = failure;
         return false;
     }
-    std::stringstream text;
-    text << in.rdbuf();
-    return Load(text.str(), path, error);
+    return Load(*text, path, error);
+}
+
+void SetScenarioSizeLimit(uint64_t bytes) { g_sizeLimit = bytes; }
+uint64_t ScenarioSizeLimit() { return g_sizeLimit; }
+
+ScenarioCheck CheckScenarioText(const std::string &text, const std::string &name) { return Check(text, name); }
+
+ScenarioCheck CheckScenarioFile(const std::string &path) {
+    std::string failure;
+    std::optional<std::string> text = ReadFile(path, failure);
+    if (!text) {
+        ScenarioCheck c;
+        c.errors.push_back(failure);
+        return c;
+    }
+    return Check(*text, path);
 }
 
 bool LoadDefaultScenario(std::string *error) { return Load(DefaultScenarioText(), "<default scenario>", error); }

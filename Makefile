@@ -5,15 +5,21 @@ SHELL := /bin/bash
 JOBS ?= $(shell nproc)
 BUILD ?= build
 SAN_BUILD ?= build-san
+FUZZ_BUILD ?= build-fuzz
+FUZZ_TARGETS := lldpdu scenario dispatcher instance
+# make fuzz: how long each target runs; make test: the smoke run of each.
+FUZZ_SECONDS ?= 300
+FUZZ_SMOKE_SECONDS ?= 5
 MIBS ?= $(abspath ../shared/mibs)
 PORT ?= 1161
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind \
+	clang libclang-rt-14-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-san test san-test run run-live clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
+.PHONY: all deps build build-san build-fuzz fuzz fuzz-smoke test san-test run run-live clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
 
 all: build
 
@@ -39,10 +45,51 @@ build-san: deps $(SAN_BUILD)/CMakeCache.txt
 	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host ctl_unit_tests
 
 # Every test of the normal build, then the unit tests again under
-# AddressSanitizer and UndefinedBehaviorSanitizer.
+# AddressSanitizer and UndefinedBehaviorSanitizer, then a short run of each
+# fuzz target on its committed corpus and regression inputs.
 test: build
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 	$(MAKE) --no-print-directory san-test
+	$(MAKE) --no-print-directory fuzz-smoke
+
+# libFuzzer targets, built with clang, ASan and UBSan in their own directory.
+$(FUZZ_BUILD)/CMakeCache.txt:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLLDPV2_FUZZ=ON \
+	  -DLLDPV2_MIBS_DIR=$(MIBS)
+
+build-fuzz: deps $(FUZZ_BUILD)/CMakeCache.txt
+	cmake --build $(FUZZ_BUILD) -j $(JOBS) --target fuzzers
+
+FUZZ_ENV := ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+
+# Each target for FUZZ_SECONDS from the committed corpus (fuzz/corpus/NAME);
+# what it finds goes to $(FUZZ_BUILD)/corpus/NAME, crashes to
+# $(FUZZ_BUILD)/crashes/NAME (copy a crash to fuzz/regressions/NAME once fixed).
+fuzz: build-fuzz
+	@for t in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$t $(FUZZ_BUILD)/crashes/$$t; \
+	  echo "== fuzz_$$t, $(FUZZ_SECONDS) s"; \
+	  $(FUZZ_ENV) $(FUZZ_BUILD)/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=$(FUZZ_BUILD)/crashes/$$t/ $$(test -f fuzz/$$t.dict && echo -dict=fuzz/$$t.dict) \
+	    $(FUZZ_BUILD)/corpus/$$t fuzz/corpus/$$t || exit 1; \
+	done
+
+# Every regression input once, then each target a few seconds from its
+# committed corpus (new inputs go to a scratch directory).
+fuzz-smoke: build-fuzz
+	@for t in $(FUZZ_TARGETS); do \
+	  if ls fuzz/regressions/$$t/* >/dev/null 2>&1; then \
+	    $(FUZZ_ENV) $(FUZZ_BUILD)/fuzz/fuzz_$$t fuzz/regressions/$$t/* >$(FUZZ_BUILD)/regressions-$$t.log 2>&1 \
+	      || { cat $(FUZZ_BUILD)/regressions-$$t.log; echo "fuzz_$$t: a regression input fails"; exit 1; }; \
+	  fi; \
+	  scratch=$$(mktemp -d); \
+	  $(FUZZ_ENV) $(FUZZ_BUILD)/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SMOKE_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=$$scratch/ $$scratch fuzz/corpus/$$t >$(FUZZ_BUILD)/smoke-$$t.log 2>&1 \
+	    || { cat $(FUZZ_BUILD)/smoke-$$t.log; rm -rf $$scratch; echo "fuzz_$$t: smoke run failed"; exit 1; }; \
+	  rm -rf $$scratch; \
+	  echo "fuzz_$$t: $$(grep -o 'stat::number_of_executed_units: [0-9]*' $(FUZZ_BUILD)/smoke-$$t.log | grep -o '[0-9]*$$') runs, $$(grep -o 'cov: [0-9]*' $(FUZZ_BUILD)/smoke-$$t.log | tail -1)"; \
+	done
+	@echo "$(words $(FUZZ_TARGETS)) passed, 0 failed"
 
 san-test: build-san
 	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
@@ -82,4 +129,4 @@ bench-idle: build
 	bench/idle_cpu.sh --build $(BUILD)
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(FUZZ_BUILD)

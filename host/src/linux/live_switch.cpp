@@ -298,7 +298,7 @@ struct LiveSwitch::State {
             if (QueryHost(now, addrs, &why)) {
                 Log(Level::Warning, "link notifications were lost; links read again");
                 for (const auto &[name, old] : links) {
-                    const bool still = std::any_of(now.begin(), now.end(), [&](const LinkInfo &l) {
+                    const bool still = std::any_of(now.begin(), now.end(), [&old = old](const LinkInfo &l) {
                         return l.ifIndex == old.ifIndex && l.name == old.name;
                     });
                     if (!still) events.push_back(NetlinkEvent{NetlinkEvent::Kind::LinkDel, old, {}, 0});

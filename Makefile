@@ -89,7 +89,7 @@ fuzz-smoke: build-fuzz
 	  rm -rf $$scratch; \
 	  echo "fuzz_$$t: $$(grep -o 'stat::number_of_executed_units: [0-9]*' $(FUZZ_BUILD)/smoke-$$t.log | grep -o '[0-9]*$$') runs, $$(grep -o 'cov: [0-9]*' $(FUZZ_BUILD)/smoke-$$t.log | tail -1)"; \
 	done
-	@echo "$(words $(FUZZ_TARGETS)) passed, 0 failed"
+	@echo "fuzz smoke: all $(words $(FUZZ_TARGETS)) targets ran clean"
 
 san-test: build-san
 	cd $(SAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "lldpv2host/testing.h"
+
 namespace lldpv2host::testing::hooks {
 
 bool ManAddrSlotPerAddress();
@@ -28,7 +30,7 @@ void RecordTlvCfg(uint32_t ifIndex, uint32_t agent, uint32_t enable, const void 
 template <typename Len>
 void FillInfo(uint8_t *info, Len *len, size_t capacity) {
     const uint32_t filler = TlvInfoFiller();
-    for (uint32_t i = 0; i < filler && static_cast<size_t>(*len) < capacity; ++i) info[(*len)++] = 0xEE;
+    for (uint32_t i = 0; i < filler && static_cast<size_t>(*len) < capacity; ++i) info[(*len)++] = kTlvInfoFillerOctet;
 }
 
 }  // namespace lldpv2host::testing::hooks

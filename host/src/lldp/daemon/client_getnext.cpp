@@ -143,9 +143,9 @@ std::vector<Row> DcbxAdminRows(uint32_t selector, const DcbxAdmin &a) {
         case 2: return a.etsValid ? ByIndex8(a.ets.bandwidth) : std::vector<Row>{};
         case 3: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
         case 4: return a.etsValid ? ByIndex8(a.reco.bandwidth) : std::vector<Row>{};
-        // The recommendation TSA rows answer the configuration TSA bytes:
-        // the management table of the recommendation TSA reads those bytes of
-        // the admin record (21..28), and a walk must show what a get reads.
+        // The recommendation TSA rows answer the configuration TSA bytes
+        // (21..28 of the admin record): the management module reads the
+        // recommendation TSA there, and a walk must show what a get reads.
         case 5: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
         case 6:
             if (!a.pfcValid) return {};

@@ -61,7 +61,7 @@ uint32_t ReadExact(const Key &key, MOR_MSG reply) {
     if (LLDP_mor_Get(key.ifIndex, key.agent, LLDP_ITEM_TLV_CFG, LLDP_NODE_OF_IFINDEX, nullptr, &len, buf) != kOk ||
         len == 0)
         return Fail(reply, kErrNoInstance);
-    TlvCfg cfg;
+    TlvCfg cfg(TlvCfgRelease::Always);
     if (cfg.Parse(buf, len) != 0) return Fail(reply, kErrNoInstance);
     const LLDP_TLV_CFG_ENTRY_S &entry = cfg.get().entry[LLDP_TLVBIT_MAN_ADDR];
     if (!MatchesConfigured(key, static_cast<const LLDP_MANADDR_REC_S *>(entry.data)))

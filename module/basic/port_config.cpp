@@ -135,7 +135,7 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetPortCfgTable(uint32_t port, uint32_t agent
 
     rc = LLDP_mor_MibGet(port, agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
-    TlvCfg cfg;
+    TlvCfg cfg(TlvCfgRelease::Always);
     if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     uint8_t bits = 0;
     for (size_t i = 0; i < kBasicTlvBits.size(); ++i)

@@ -63,8 +63,9 @@ struct UnknownTlvTable {
     static bool Less(const Key &a, const Key &b) { return a < b; }
     static void RecordToHost(Record *r) { r->len = NetToHost32(r->len); }
     static void AppendKey(MOR_MSG reply, const Key &k) { AppendUnsigned(reply, MorId(kTable, 1), k); }
+    // Cut to the column's size, as a get cuts the decoded TLV.
     static void AppendRecord(MOR_MSG reply, const Record &r) {
-        AppendOctets(reply, MorId(kTable, 2), r.info, std::min<uint32_t>(r.len, sizeof(r.info)));
+        AppendOctets(reply, MorId(kTable, 2), r.info, std::min(r.len, kUnknownInfoMax));
     }
 };
 
@@ -94,8 +95,9 @@ struct OrgDefInfoTable {
         AppendUnsigned(reply, MorId(kTable, 2), k.subtype);
         AppendUnsigned(reply, MorId(kTable, 3), k.index);
     }
+    // Cut to the column's size, as a get cuts the decoded TLV.
     static void AppendRecord(MOR_MSG reply, const Record &r) {
-        AppendOctets(reply, MorId(kTable, 4), r.info, std::min<uint32_t>(r.len, sizeof(r.info)));
+        AppendOctets(reply, MorId(kTable, 4), r.info, std::min(r.len, kOrgDefInfoMax));
     }
 };
 

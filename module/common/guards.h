@@ -39,16 +39,21 @@ private:
     uint16_t *nodes_ = nullptr;
 };
 
-// A parsed TLV transmit configuration, released on scope exit once parsed.
+// When a parsed TLV transmit configuration is released: in every case, a
+// failed parse included, or only after a parse that succeeded.
+enum class TlvCfgRelease { Always, OnlyParsed };
+
+// A parsed TLV transmit configuration, released on scope exit as its owner
+// says: every user states the rule it follows.
 class TlvCfg {
 public:
-    TlvCfg() = default;
+    explicit TlvCfg(TlvCfgRelease release) : release_(release) {}
     ~TlvCfg() {
-        if (parsed_) LLDP_util_ClearTLVCfg(&cfg_);
+        if (release_ == TlvCfgRelease::Always || parsed_) LLDP_util_ClearTLVCfg(&cfg_);
     }
     TlvCfg(const TlvCfg &) = delete;
     TlvCfg &operator=(const TlvCfg &) = delete;
-    // Parses buf; non-zero when it does not parse (nothing to release then).
+    // Parses buf; non-zero when it does not parse.
     uint32_t Parse(const void *buf, uint16_t len) {
         uint32_t rc = LLDP_util_CreateFromTLVCfgBuf(buf, len, &cfg_);
         parsed_ = rc == 0;
@@ -58,6 +63,7 @@ public:
     bool Enabled(uint32_t tlvBit) const { return cfg_.entry[tlvBit].enable == 1; }
 
 private:
+    TlvCfgRelease release_;
     LLDP_TLV_CFG_S cfg_{};
     bool parsed_ = false;
 };

@@ -72,7 +72,8 @@ uint32_t ReadFlag(const LLDP_PORT_AGENT_S &index, uint32_t *value) {
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(index.port, index.agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
-    TlvCfg cfg;
+    // Released when the parse failed as well as after a good one.
+    TlvCfg cfg(TlvCfgRelease::Always);
     if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     // Unlike the 16-bit flags of the other TLVs, the DCBX flag is 32 bits wide.
     uint32_t flag = 0;

@@ -60,7 +60,7 @@ uint32_t ReadTlvCfg(uint32_t ifIndex, uint32_t agent, Read read) {
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(ifIndex, agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
-    TlvCfg cfg;
+    TlvCfg cfg(TlvCfgRelease::Always);
     if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     read(cfg);
     return kOk;

@@ -40,6 +40,7 @@ uint32_t VidOfResult(const std::array<uint8_t, 4> &r) {
 }
 
 struct RemProtoVlan {
+    static constexpr bool kIndexedByTfa = false;
     static constexpr uint32_t kSelector = kSelectProtoVlan;
     static constexpr RemoteIndexForm kForm = {MorId(35, 1), CheckVlanSub, MorId(35, 2), MorId(35, 3)};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
@@ -62,6 +63,7 @@ struct RemProtoVlan {
 };
 
 struct RemVlanName {
+    static constexpr bool kIndexedByTfa = false;
     static constexpr uint32_t kSelector = kSelectVlanName;
     static constexpr RemoteIndexForm kForm = {MorId(36, 1), CheckVlanSub, MorId(36, 2), MorId(36, 2)};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_ENUM;
@@ -92,6 +94,7 @@ struct ProtocolIdentity {
 static_assert(sizeof(ProtocolIdentity) == 260, "a protocol identity result is 260 bytes");
 
 struct RemProtocol {
+    static constexpr bool kIndexedByTfa = false;
     static constexpr uint32_t kSelector = kSelectProtocol;
     static constexpr RemoteIndexForm kForm = {MorId(37, 1), CheckProtocolSub, MorId(37, 2), MorId(37, 2)};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
@@ -123,6 +126,8 @@ struct RemProtocol {
 };
 
 struct RemVidUsageDigest {
+    // The MIB indexes these rows by (time mark, port, agent) alone.
+    static constexpr bool kIndexedByTfa = true;
     static constexpr uint32_t kSelector = kSelectVidUsageDigest;
     static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(38, 1), MorId(38, 1)};
     static constexpr uint32_t kSubIndexType = 0;
@@ -146,6 +151,8 @@ struct RemVidUsageDigest {
 };
 
 struct RemManVid {
+    // The MIB indexes these rows by (time mark, port, agent) alone.
+    static constexpr bool kIndexedByTfa = true;
     static constexpr uint32_t kSelector = kSelectManVid;
     static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(39, 1), MorId(39, 1)};
     static constexpr uint32_t kSubIndexType = 0;
@@ -216,12 +223,28 @@ uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const IndexWalk walk = ReadRemoteIndex(request, T::kForm, &tfai, &sub);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     typename T::Row row{};
+    // Asked by its MIB index, without a remote index, a row indexed by
+    // (time mark, port, agent) is the first neighbour of that pair that
+    // carries the TLV: the one a walk shows for it.
+    const bool byTfa = T::kIndexedByTfa && LLDP_mibpub_CheckLackIndex(request, kRemIndex) == 1;
     if (opType == MOR_OP_GET) {
+        if (byTfa) {
+            LLDP_TFAI_S at = tfai;
+            typename T::Result result{};
+            if (NextRow<T>(&at, &sub, &result) != kOk || at.timeMark != tfai.timeMark || at.ifIndex != tfai.ifIndex ||
+                at.agent != tfai.agent)
+                return Fail(reply, kErrNoInstance, walk.position);
+            T::Append(reply, T::FromResult(result));
+            return kOk;
+        }
         const uint32_t rc = GetRow<T>(tfai, sub, &row);
         if (rc != kOk) return Fail(reply, rc, walk.position);
         T::Append(reply, row);
         return kOk;
     }
+    // After a (port, agent) named by the MIB index come the rows of the
+    // following pairs, not further neighbours of the same pair.
+    if (byTfa && LLDP_mibpub_CheckLackIndex(request, kRemLocalDestMac) == 0) tfai.remIndex = 0xFFFFFFFF;
     // The daemon's get-next answers strictly after the key, so a neighbour
     // entered without a sub-index is first asked for its row 0.
     const bool rowZero = T::kRowZeroFirst && LLDP_mibpub_CheckLackIndex(request, T::kForm.subIndex) == 1 &&

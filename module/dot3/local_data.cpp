@@ -123,12 +123,18 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     return rc == kOk ? kOk : Fail(reply, rc, kErrorPosition);
 }
 
+// Unlike the shared frame, these tables report a set and an op type they do
+// not serve at position 0 too, like every other error of theirs.
 template <typename T>
 uint32_t Serve(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return Read<T>(opType, request, reply); },
-        // Read-only; reported at position 0 like every error of these tables.
-        [&] { return Fail(reply, kErrReadOnly, kErrorPosition); });
+    switch (ClassifyOp(opType)) {
+        case Op::Phase: return kOk;
+        case Op::Set: return Fail(reply, kErrReadOnly, kErrorPosition);
+        case Op::Get:
+        case Op::GetNext: return Read<T>(opType, request, reply);
+        case Op::Unserved: break;
+    }
+    return Fail(reply, kErrUnserved, kErrorPosition);
 }
 
 }  // namespace

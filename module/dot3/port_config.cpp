@@ -141,7 +141,9 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetXdot3PortCfg(uint32_t ifIndex, uint32_t mo
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(ifIndex, kRowAgent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
-    TlvCfg cfg;
+    // A configuration that did not parse is left as it is, not cleared;
+    // only a parsed one is released.
+    TlvCfg cfg(TlvCfgRelease::OnlyParsed);
     if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     uint8_t octet = 0;
     for (size_t i = 0; i < kDot3TlvBits.size(); ++i) {

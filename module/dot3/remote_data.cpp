@@ -113,21 +113,23 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_mibpub_InitTfai(&tfai);
     const IndexWalk walk = ReadIndex(request, T::kTable, &tfai);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    // A get-next forgets an index error it went past, its position included:
+    // whatever fails from here on concerns the whole request.
 
     typename T::Row row{};
     if (opType == MOR_OP_GET) {
         const uint32_t rc = ReadExact<T>(tfai, &row);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+        if (rc != kOk) return Fail(reply, rc);
     } else {
         typename T::Result result{};
         // The daemon's end of the table goes back as it stands.
         const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(T::kKind, sizeof(result), &tfai, &result);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+        if (rc != kOk) return Fail(reply, rc);
         T::FromResult(result, &row);
         AppendTfai(reply, tfai);
     }
     const uint32_t rc = T::Append(request, reply, row);
-    return rc == kOk ? kOk : Fail(reply, rc, walk.position);
+    return rc == kOk ? kOk : Fail(reply, rc);
 }
 
 }  // namespace

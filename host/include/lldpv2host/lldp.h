@@ -78,7 +78,8 @@
 //     0 ETS basic: result 12 bytes, CBS, traffic classes (0 = 8), willing;
 //     1 ETS priority assignment: index2 = priority; value the traffic class;
 //     2..5 ETS configuration bandwidth, configuration TSA, recommendation
-//       bandwidth, recommendation TSA: index2 = traffic class;
+//       bandwidth, recommendation TSA (which answers the configuration
+//       TSA bytes, as the admin record does): index2 = traffic class;
 //     6 PFC basic: result 12 bytes, willing, MBC, capability;
 //     7 PFC enable: index2 = priority; value 1 or 0;
 //     8 application priority: index2 = selector, index3 = protocol; value

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "lldp/daemon/wire.h"
+#include "lldpv2host/trace.h"
 
 namespace lldpv2host::daemon {
 
@@ -225,6 +226,7 @@ uint32_t LLDP_msg_CreateFromGStatBuf(const void *buf, uint16_t len, LLDP_GLOBAL_
 }
 
 uint32_t LLDP_util_CreateFromTLVCfgBuf(const void *buf, uint16_t len, LLDP_TLV_CFG_S *out) {
+    if (uint32_t fault = lldpv2host::TraceCall("LLDP_util_CreateFromTLVCfgBuf")) return fault;
     const auto *p = static_cast<const uint8_t *>(buf);
     constexpr uint16_t kLen = 2 + 4 + 3 + 3 + 2 + 4 + 4 + 16;
     if (p == nullptr || out == nullptr || len < kLen || p[0] != kTlvCfgBufMagic || p[1] != kBufVersion) {
@@ -261,6 +263,7 @@ uint32_t LLDP_util_CreateFromTLVCfgBuf(const void *buf, uint16_t len, LLDP_TLV_C
 }
 
 void LLDP_util_ClearTLVCfg(LLDP_TLV_CFG_S *cfg) {
+    lldpv2host::TraceCall("LLDP_util_ClearTLVCfg");
     if (cfg == nullptr) return;
     for (LLDP_TLV_CFG_ENTRY_S &e : cfg->entry) {
         std::free(e.data);

@@ -6,6 +6,7 @@
 
 #include "lldp/daemon/buffers.h"
 #include "lldp/daemon/wire.h"
+#include "testing_hooks.h"
 
 using namespace lldpv2host;
 using namespace lldpv2host::daemon;
@@ -142,7 +143,10 @@ std::vector<Row> DcbxAdminRows(uint32_t selector, const DcbxAdmin &a) {
         case 2: return a.etsValid ? ByIndex8(a.ets.bandwidth) : std::vector<Row>{};
         case 3: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
         case 4: return a.etsValid ? ByIndex8(a.reco.bandwidth) : std::vector<Row>{};
-        case 5: return a.etsValid ? ByIndex8(a.reco.tsa) : std::vector<Row>{};
+        // The recommendation TSA rows answer the configuration TSA bytes
+        // (21..28 of the admin record): the management module reads the
+        // recommendation TSA there, and a walk must show what a get reads.
+        case 5: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
         case 6:
             if (!a.pfcValid) return {};
             return {Row{0, 0, U32s({a.pfc.willing ? 1u : 0u, a.pfc.mbc ? 1u : 0u, uint32_t{a.pfc.cap}})}};
@@ -377,9 +381,10 @@ std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
                 s.order = U32(u.type);
                 LLDP_REM_UNKNOWN_REC_S rec;
                 std::memset(&rec, 0, sizeof rec);
-                const size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
+                size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
                 if (n > 0) std::memcpy(rec.info, u.info.data(), n);
+                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
                 const auto *p = reinterpret_cast<const uint8_t *>(&rec);
                 s.result.assign(p, p + sizeof rec);
                 rows.push_back(std::move(s));
@@ -395,9 +400,10 @@ std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
                 s.order = OrgOrder(s.oui, s.subtype, s.orgIndex);
                 LLDP_REM_ORGDEF_REC_S rec;
                 std::memset(&rec, 0, sizeof rec);
-                const size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
+                size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
                 if (n > 0) std::memcpy(rec.info, o.info.data(), n);
+                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
                 const auto *p = reinterpret_cast<const uint8_t *>(&rec);
                 s.result.assign(p, p + sizeof rec);
                 rows.push_back(std::move(s));
@@ -512,6 +518,21 @@ uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
     return 0;
 }
 
+// The answer of daemon d to one get-next.
+uint32_t MibGetNextOf(uint32_t item, Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *result) {
+    switch (item) {
+        case LLDP_ITEM_LOC_MANADDR: return LocalManAddrNext(d, para, len, result);
+        case LLDP_ITEM_DOT1_LOC:
+        case LLDP_ITEM_DCBX_ADMIN:
+        case LLDP_ITEM_DCBX_LOC: return PortRowsNext(item, d, para, len, result);
+        case LLDP_ITEM_REM_SUBTABLE: return RemoteSubNext(d, para, len, result);
+        case LLDP_ITEM_MANADDR_TX: return ManAddrTxNext(d, para, len, result);
+        default:
+            *len = 0;
+            return LLDP_ERR_BAD_VALUE;
+    }
+}
+
 }  // namespace
 
 extern "C" uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para,
@@ -519,20 +540,22 @@ extern "C" uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16
     (void)reserved;
     std::lock_guard<std::recursive_mutex> guard(StateLock());
     if (para == nullptr || len == nullptr) return LLDP_ERR_BAD_VALUE;
+    if (const std::optional<uint16_t> like = testing::hooks::AnswerLikeNode(node)) {
+        // A node told to answer like another: that node's answer, altered.
+        Daemon *other = DaemonOf(*like);
+        if (UpDaemonOf(node) == nullptr || other == nullptr) {
+            *len = 0;
+            return LLDP_ERR_GENERAL;
+        }
+        const uint32_t selector = para->selector;
+        const uint32_t rc = MibGetNextOf(item, *other, para, len, result);
+        if (rc == 0) testing::hooks::AlterResult(node, item, selector, static_cast<uint8_t *>(result), *len);
+        return rc;
+    }
     Daemon *d = UpDaemonOf(node);
     if (d == nullptr) {
         *len = 0;
         return LLDP_ERR_GENERAL;
     }
-    switch (item) {
-        case LLDP_ITEM_LOC_MANADDR: return LocalManAddrNext(*d, para, len, result);
-        case LLDP_ITEM_DOT1_LOC:
-        case LLDP_ITEM_DCBX_ADMIN:
-        case LLDP_ITEM_DCBX_LOC: return PortRowsNext(item, *d, para, len, result);
-        case LLDP_ITEM_REM_SUBTABLE: return RemoteSubNext(*d, para, len, result);
-        case LLDP_ITEM_MANADDR_TX: return ManAddrTxNext(*d, para, len, result);
-        default:
-            *len = 0;
-            return LLDP_ERR_BAD_VALUE;
-    }
+    return MibGetNextOf(item, *d, para, len, result);
 }

@@ -135,6 +135,10 @@ uint32_t LLDP_mor_V2MibGetNextLocTable(uint32_t kind, uint32_t capacity, uint32_
     if (len != nullptr) *len = 0;
     for (const Interface &intf : Interfaces()) {
         if (intf.ifIndex <= *ifIndex || !IsLldpPort(intf) || intf.lldpData == 0 || !NodeUp(intf.node)) continue;
+        // The 802.3 kinds only on the ports that carry IEEE 802.3 data (those
+        // a get of the local 802.3 tables accepts): a walk must show no row
+        // a get refuses.
+        if (kind != 0 && PortClassOf(intf.type) != PortClass::Ordinary) continue;
         Daemon *d = nullptr;
         PortState *port = PortOf(intf.ifIndex, &d);
         if (port == nullptr) continue;

@@ -53,6 +53,7 @@ run: build
 
 bench: build
 	$(BUILD)/bench/module_bench
+	$(BUILD)/bench/daemon_bench
 
 # Rewrites module/mibtrees from the MIB modules.
 regen-mibtrees: deps $(BUILD)/CMakeCache.txt

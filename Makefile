@@ -9,11 +9,11 @@ MIBS ?= $(abspath ../shared/mibs)
 PORT ?= 1161
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev tshark valgrind
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-san test san-test run clean regen-mibtrees bench bench-snmp bench-ctl
+.PHONY: all deps build build-san test san-test run run-live clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
 
 all: build
 
@@ -51,6 +51,16 @@ san-test: build-san
 run: build
 	@$(BUILD)/agent/lldpv2-agent --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
 
+# LLDP on real interfaces, as root: make run-live IF=eth0 (or IF=eth0,eth1,
+# or IF=all). The agent sends LLDP frames on them: only interfaces you own.
+IF ?=
+run-live: build
+	@if [ -z "$(IF)" ]; then \
+	  echo "usage: make run-live IF=eth0[,eth1...|all]  (LLDP frames are sent on these interfaces: only ones you own)"; \
+	  exit 2; \
+	fi
+	$(SUDO) $(BUILD)/agent/lldpv2-agent --interfaces $(IF) -v --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
+
 bench: build
 	$(BUILD)/bench/module_bench
 	$(BUILD)/bench/daemon_bench
@@ -66,6 +76,10 @@ bench-snmp: build
 # lldpv2ctl neighbors on 1,000 neighbours, against a plain snmpbulkwalk.
 bench-ctl: build
 	bench/ctl_bench.sh --build $(BUILD)
+
+# CPU use of the idle agent with 100 refreshed neighbours (60 s).
+bench-idle: build
+	bench/idle_cpu.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD)

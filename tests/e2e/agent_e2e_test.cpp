@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -309,6 +310,16 @@ TEST_P(AgentE2E, WalksOfEveryTreeAreOrderedTypedAndAgree) {
     for (size_t i = 0; i < scalars.size(); ++i) EXPECT_EQ(scalars[i], Cat(kConfiguration, {kScalars[i].arc, 0}));
 }
 
+// A varbind line as far as it stays put while the switch runs: counters and
+// time ticks keep only their type.
+std::string Moving(const std::string &line) {
+    for (const char *type : {"= Counter32: ", "= Timeticks: "}) {
+        const size_t at = line.find(type);
+        if (at != std::string::npos) return line.substr(0, at + std::strlen(type));
+    }
+    return line;
+}
+
 TEST_P(AgentE2E, GetsReadWhatTheWalksShowed) {
     // Every instance a walk shows answers a get with the same type and
     // value. Of a run of instances that differ only in their last arc (the
@@ -342,7 +353,10 @@ TEST_P(AgentE2E, GetsReadWhatTheWalksShowed) {
             const std::vector<Varbind> got = ParseVarbinds(r.output);
             ASSERT_EQ(got.size(), end - at) << r.output;
             for (size_t i = at; i < end; ++i) {
-                EXPECT_EQ(got[i - at].line, picked[i]->line);
+                // The switch runs in real time: frame counters and the
+                // last-change time may move between the walk and the get, so
+                // of those only the type must agree.
+                EXPECT_EQ(Moving(got[i - at].line), Moving(picked[i]->line));
                 ++read;
             }
         }

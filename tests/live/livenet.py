@@ -147,13 +147,13 @@ def _next_id():
 
 
 def _pid_alive(pid):
+    """True while the process runs (a zombie no longer does)."""
     try:
-        os.kill(pid, 0)
-    except ProcessLookupError:
+        with open(f"/proc/{pid}/stat", encoding="ascii", errors="replace") as f:
+            state = f.read().rsplit(")", 1)[1].split()[0]
+    except (OSError, IndexError):
         return False
-    except PermissionError:
-        return True
-    return True
+    return state not in ("Z", "X")
 
 
 def _remove_netns(name):

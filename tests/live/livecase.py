@@ -28,8 +28,9 @@ def lldp_config(tx_interval=TX_INTERVAL, hold=HOLD, fast_init=FAST_INIT, msg_fas
 def scenario_text(sys_name, chassis_mac, ports, sys_desc=None, lldp=None, mgmt=None,
                   caps="{supported: [bridge, router], enabled: [bridge]}", neighbours=""):
     """A one-node scenario. ports: dicts with ifindex, name, linux (optional),
-    description, agents ([(agent name, [tlvs])]), management (address sent
-    by the first agent, optional)."""
+    description, agents ([(agent name, [tlvs])]: the agents that run, the
+    others are disabled), management (address sent by the first agent,
+    optional)."""
     lines = [
         "system:",
         f'  chassis-id: {{subtype: mac-address, value: "{chassis_mac}"}}',
@@ -60,6 +61,11 @@ def scenario_text(sys_name, chassis_mac, ports, sys_desc=None, lldp=None, mgmt=N
                       f"          tlvs: [{', '.join(tlvs)}]"]
             if i == 0 and p.get("management"):
                 lines.append(f"          management-address: {{address: {p['management']}, transmit: true}}")
+        running = {agent for agent, _ in p["agents"]}
+        for agent in AGENT_NAMES:
+            if agent not in running:
+                lines += [f"        - agent: {agent}",
+                          "          admin-status: disabled"]
     text = "\n".join(lines) + "\n"
     if neighbours:
         text += neighbours
@@ -67,6 +73,8 @@ def scenario_text(sys_name, chassis_mac, ports, sys_desc=None, lldp=None, mgmt=N
 
 
 BASIC_TLVS = ["port-desc", "sys-name", "sys-desc", "sys-cap"]
+# An Ethernet port runs all three agents unless told otherwise.
+AGENT_NAMES = ["nearest-bridge", "nearest-non-tpmr-bridge", "nearest-customer-bridge"]
 
 
 class LiveCase(unittest.TestCase):

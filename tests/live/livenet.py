@@ -491,9 +491,12 @@ class Snmp:
         self.confdir = tempfile.mkdtemp(prefix="lt-snmp-")
         defer(lambda: shutil.rmtree(self.confdir, ignore_errors=True))
 
-    def tool(self, tool, args, community=None, check=True):
+    def tool(self, tool, args, community=None, check=True, quick=False):
+        # quick: one short try (polling an agent that may not listen yet,
+        # whose port may swallow the request).
+        wait = ["-t", "0.3", "-r", "0"] if quick else ["-t", "2", "-r", "1"]
         cmd = (self.ns.exec_prefix() if self.ns else []) + [
-            tool, "-v2c", "-c", community or self.community, "-t", "2", "-r", "1",
+            tool, "-v2c", "-c", community or self.community, *wait,
             "-M", MIBS_DIR, "-m", MIB_MODULES, "-On", "-Ox", "-Oe", "-Ot", "-OU", "-Ih",
             self.target, *args]
         env = dict(os.environ, MIBS="", SNMPCONFPATH=self.confdir, SNMP_PERSISTENT_DIR=self.confdir)
@@ -522,11 +525,14 @@ class Snmp:
         return dict(zip(names, values))
 
     def try_get(self, name, index=(0,)):
-        """As get, but None also when the agent does not answer."""
+        """As get, but one short try, and None also when the agent does not
+        answer."""
         try:
-            return self.get(name, index)
+            out = self.tool("snmpget", ["." + self._instance(name, index)], quick=True).stdout
         except (RuntimeError, subprocess.TimeoutExpired):
             return None
+        binds = parse_varbinds(out)
+        return binds[0][1] if binds else None
 
     def walk(self, name):
         """{index tuple: value} of the instances under the object."""

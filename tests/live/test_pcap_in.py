@@ -73,12 +73,12 @@ class PcapIn(LiveCase):
 
     def test_replay_at_recorded_pace(self):
         gap = 3.0
-        a = self.replay([FULL.frame(PEER_MAC), CUSTOMER.frame(PEER_MAC)], speed="recorded", gap=gap)
         started = time.monotonic()
+        a = self.replay([FULL.frame(PEER_MAC), CUSTOMER.frame(PEER_MAC)], speed="recorded", gap=gap)
 
         def names():
             return {r["lldpV2RemSysName"] for r in remote_rows(a.snmp).values()}
         wait_until(lambda: b"scapy-peer" in names(), 2, interval=0.1, what="the first frame replayed")
         self.assertNotIn(b"scapy-three", names(), "the second frame came before its time")
         wait_until(lambda: b"scapy-three" in names(), gap + 2, interval=0.1, what="the second frame replayed")
-        self.assertGreater(time.monotonic() - started, gap - 1)
+        self.assertGreater(time.monotonic() - started, gap)

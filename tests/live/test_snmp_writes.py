@@ -7,7 +7,7 @@ are captured on the peer end of the veth."""
 import time
 
 from livecase import BASIC_TLVS, FAST_START, HOLD, LiveCase, REINIT_DELAY, TTL, TX_INTERVAL, scenario_text
-from livenet import Frame, Port, is_lldp, mac_bytes, mac_text, remote_rows, tx_frames, wait_until
+from livenet import NEAREST_BRIDGE, Frame, Port, is_lldp, mac_bytes, mac_text, remote_rows, tx_frames, wait_until
 from test_receive import FULL
 
 IFINDEX = 7
@@ -30,12 +30,14 @@ class SnmpWrites(LiveCase):
         self.first = self.next_frame(0, FAST_START + 2)
 
     def next_frame(self, since, timeout, pred=lambda fr: True, what="an LLDPDU from the agent"):
-        """(time, Frame) of the first LLDPDU from the agent after since."""
-        t, f = self.wire.wait_frame(lambda f: is_lldp(f) and f[6:12] == A_MAC and pred(Frame(f)), since,
-                                    timeout, what)
+        """(time, Frame) of the first LLDPDU of the agent's nearest-bridge
+        agent after since."""
+        t, f = self.wire.wait_frame(lambda f: is_lldp(f, NEAREST_BRIDGE) and f[6:12] == A_MAC and pred(Frame(f)),
+                                    since, timeout, what)
         return t, Frame(f)
 
     def frames_since(self, since):
+        """Every LLDPDU from the agent (whichever agent sent it)."""
         return [(t, Frame(f)) for t, f in self.wire.frames(since) if is_lldp(f) and f[6:12] == A_MAC]
 
     def test_admin_disabled_sends_one_shutdown_lldpdu(self):

@@ -27,6 +27,13 @@ def switch_scenario(side, linux_if):
         "description": f"{side['sys_name']} uplink", "agents": [("nearest-bridge", BASIC_TLVS)]}])
 
 
+def cpu_seconds(pid):
+    """User and system CPU time of a process so far."""
+    with open(f"/proc/{pid}/stat", encoding="ascii") as f:
+        fields = f.read().rsplit(")", 1)[1].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
 class TwoAgents(LiveCase):
 
     def setUp(self):
@@ -35,7 +42,11 @@ class TwoAgents(LiveCase):
 
     def start_scenario_agent(self, side, ns, ifname, name):
         path = self.write(f"{name}.yaml", switch_scenario(side, ifname))
-        return self.agent(ns, ["--scenario", path], name=name)
+        return self.agent(ns, ["--scenario", path, "-v"], name=name)
+
+    def assert_logged(self, agent, event, chassis):
+        """-v logs the event with a timestamp, naming the neighbour."""
+        self.assertRegex(agent.log(), rf"(?m)^\S*\d\d:\d\d:\d\d\S* .*neighbour {event} .*{chassis}")
 
     def wait_one_neighbour(self, agent, ifindex, sys_name, since, bound=LEARN_BOUND):
         """The single lldpV2RemTable row of (ifIndex, nearest bridge), once
@@ -65,6 +76,8 @@ class TwoAgents(LiveCase):
         self.assert_row(row, mac_bytes(BETA["chassis"]), 5, BETA["port"].encode(), BETA["sys_name"].encode())
         _, row = self.wait_one_neighbour(beta, BETA["ifindex"], ALPHA["sys_name"], t0)
         self.assert_row(row, mac_bytes(ALPHA["chassis"]), 5, ALPHA["port"].encode(), ALPHA["sys_name"].encode())
+        print(f"both learned {time.monotonic() - t0:.2f} s after beta answered SNMP")
+        self.assert_logged(alpha, "inserted", BETA["chassis"])
         return alpha, beta
 
     def assert_counted(self, alpha, beta):
@@ -94,8 +107,10 @@ class TwoAgents(LiveCase):
         wait_until(lambda: not any(k[:2] == (ALPHA["ifindex"], 1) for k in remote_rows(alpha.snmp)),
                    TTL + 1, interval=0.25, what=f"beta aged out within TTL + 1 = {TTL + 1} s")
         gone = time.monotonic() - killed
+        print(f"aged out {gone:.2f} s after kill -9 (TTL {TTL} s)")
         # The last frame beta sent left at most one txInterval before the kill.
         self.assertGreaterEqual(gone, TTL - TX_INTERVAL - 1, "aged out before its TTL ran out")
+        self.assert_logged(alpha, "aged-out", BETA["chassis"])
 
         after = remote_table_stats(alpha.snmp)
         self.assertEqual(after["ageouts"], before["ageouts"] + 1)
@@ -111,7 +126,9 @@ class TwoAgents(LiveCase):
         self.assertEqual(beta.terminate(), 0, beta.log())
         wait_until(lambda: not any(k[:2] == (ALPHA["ifindex"], 1) for k in remote_rows(alpha.snmp)),
                    SHUTDOWN_BOUND, interval=0.1, what="beta's row deleted by its shutdown LLDPDU")
+        print(f"deleted {time.monotonic() - stopped:.2f} s after SIGTERM")
         self.assertLess(time.monotonic() - stopped, SHUTDOWN_BOUND + 0.5)
+        self.assert_logged(alpha, "deleted", BETA["chassis"])
 
         after = remote_table_stats(alpha.snmp)
         self.assertEqual(after["deletes"], before["deletes"] + 1)
@@ -122,6 +139,18 @@ class TwoAgents(LiveCase):
         beta.start()
         self.wait_one_neighbour(alpha, ALPHA["ifindex"], BETA["sys_name"], time.monotonic())
         self.assertEqual(remote_table_stats(alpha.snmp)["inserts"], before["inserts"] + 1)
+
+    def test_idle_agents_sleep(self):
+        """Between events (a frame every 5 s) an agent uses no CPU: no busy
+        waiting in the event loop."""
+        alpha, beta = self.start_pair()
+        time.sleep(FAST_START)
+        before = {a: cpu_seconds(a.proc.pid) for a in (alpha, beta)}
+        time.sleep(3)
+        for a in (alpha, beta):
+            used = cpu_seconds(a.proc.pid) - before[a]
+            print(f"{a.log_path}: {used:.3f} s of CPU in 3 s")
+            self.assertLess(used, 0.1)
 
     def test_agent_on_host_interfaces(self):
         """Beta built from the kernel's view of its namespace (--interfaces):

@@ -15,6 +15,7 @@ to, or sent on, the machine's own interfaces.
 import atexit
 import contextlib
 import ctypes
+import errno
 import os
 import re
 import select
@@ -258,6 +259,12 @@ def veth(ns_a, ns_b, mac_a=None, mac_b=None, up=True):
             check=False)
         if up:
             ns.ip("link", "set", name, "up")
+    if up:
+        # The kernel reports the carrier up a moment later (link watch):
+        # agents started now find the links up.
+        for ns, name in ((ns_a, name_a), (ns_b, name_b)):
+            wait_until(lambda: "state UP" in ns.ip("-o", "link", "show", "dev", name).stdout, 5, interval=0.05,
+                       what=f"{name} up")
     return name_a, name_b
 
 
@@ -310,7 +317,10 @@ class Port:
                 continue
             try:
                 data, addr = self.sock.recvfrom(65535)
-            except OSError:
+            except OSError as exc:
+                # A link that was down reports it once; the socket goes on.
+                if exc.errno == errno.ENETDOWN:
+                    continue
                 return
             if addr[2] == PACKET_OUTGOING:
                 continue

@@ -14,7 +14,7 @@ import livenet  # noqa: E402  (installs the cleanup handlers first)
 
 def main(argv):
     names = argv[1:] or ["test_two_agents", "test_receive", "test_pcap_out", "test_snmp_writes", "test_pcap_in",
-                         "test_no_net_raw", "test_reload"]
+                         "test_no_net_raw", "test_reload", "test_links"]
     suite = unittest.defaultTestLoader.loadTestsFromNames(names)
     result = unittest.TextTestRunner(verbosity=2, stream=sys.stdout).run(suite)
     livenet.run_cleanups()

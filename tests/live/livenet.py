@@ -457,7 +457,7 @@ _oid_cache = {}
 
 # Every object the tests use, translated in one run of snmptranslate.
 KNOWN_OBJECTS = [
-    "lldpV2MessageTxInterval", "lldpV2MessageTxHoldMultiplier", "lldpV2PortConfigAdminStatus",
+    "lldpV2MessageTxInterval", "lldpV2MessageTxHoldMultiplier", "lldpV2TxCreditMax", "lldpV2PortConfigAdminStatus",
     "lldpV2PortConfigTLVsTxEnable", "lldpV2StatsRemTablesInserts", "lldpV2StatsRemTablesDeletes",
     "lldpV2StatsRemTablesDrops", "lldpV2StatsRemTablesAgeouts", "lldpV2StatsTxPortFramesTotal",
     "lldpV2StatsRxPortFramesDiscardedTotal", "lldpV2StatsRxPortFramesErrors", "lldpV2StatsRxPortFramesTotal",
@@ -465,7 +465,7 @@ KNOWN_OBJECTS = [
     "lldpV2StatsRxPortAgeoutsTotal", "lldpV2LocChassisIdSubtype", "lldpV2LocChassisId", "lldpV2LocSysName",
     "lldpV2LocSysDesc", "lldpV2LocSysCapSupported", "lldpV2LocSysCapEnabled", "lldpV2LocPortTable",
     "lldpV2LocPortIdSubtype", "lldpV2LocPortId", "lldpV2LocPortDesc", "lldpV2LocManAddrTable",
-    "lldpV2LocManAddrIfId", "lldpV2RemTable", "lldpV2RemChassisIdSubtype", "lldpV2RemChassisId",
+    "lldpV2LocManAddrIfId", "lldpV2LocManAddrIfSubtype", "lldpV2RemTable", "lldpV2RemChassisIdSubtype", "lldpV2RemChassisId",
     "lldpV2RemPortIdSubtype", "lldpV2RemPortId", "lldpV2RemPortDesc", "lldpV2RemSysName", "lldpV2RemSysDesc",
     "lldpV2RemSysCapSupported", "lldpV2RemSysCapEnabled", "lldpV2RemManAddrTable", "lldpV2RemManAddrIfSubtype",
     "lldpV2RemManAddrIfId", "lldpV2RemUnknownTLVTable", "lldpV2RemUnknownTLVInfo",

@@ -74,6 +74,10 @@ class PcapOut(LiveCase):
         for name in ("lldpV2LocPortIdSubtype", "lldpV2LocPortId", "lldpV2LocPortDesc"):
             mib[name] = snmp.get(name, (IFINDEX,))
         man = snmp.table("lldpV2LocManAddrTable", ["lldpV2LocManAddrIfId"])
+        # Every frame counted went out (one may be on its way).
+        counted = livenet.tx_frames(snmp, IFINDEX)
+        on_wire = len([f for _, f in wire.frames() if from_a(f)])
+        self.assertIn(on_wire, (counted, counted + 1))
         self.assertEqual(a.terminate(), 0, a.log())
         time.sleep(0.2)
 

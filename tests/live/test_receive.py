@@ -9,11 +9,12 @@ import time
 
 from livecase import BASIC_TLVS, LiveCase, scenario_text
 from livenet import (NEAREST_BRIDGE, NEAREST_CUSTOMER_BRIDGE, NEAREST_NON_TPMR_BRIDGE, Port, mac_bytes,
-                     remote_rows, remote_table_stats, rx_stats, wait_until)
+                     mac_text, remote_rows, remote_table_stats, rx_stats, wait_until)
 from lldpframes import CAP_BRIDGE, CAP_ROUTER, END, Neighbour, caps_bits, ethernet, tlv, with_length
 
 IFINDEX = 7
 PEER_MAC = mac_bytes("02:00:5e:cc:10:09")
+A_MAC = mac_bytes("02:00:5e:aa:10:07")
 OID_BER = bytes([0x2B, 6, 1, 4, 1, 99, 1])
 
 FULL = Neighbour(mac_bytes("02:00:5e:cc:00:01"), b"eth9", b"scapy-peer", port_desc=b"scapy port 9",
@@ -49,7 +50,7 @@ class ReceiveFromScapy(LiveCase):
 
     def setUp(self):
         super().setUp()
-        self.ns_a, self.if_a, self.ns_p, self.if_p = self.link(mac_b="02:00:5e:cc:10:09")
+        self.ns_a, self.if_a, self.ns_p, self.if_p = self.link(mac_text(A_MAC), mac_text(PEER_MAC))
         text = scenario_text("lt-rx", "02:00:5e:aa:00:01", [{
             "ifindex": IFINDEX, "name": "ge-1/0/7", "linux": self.if_a, "description": "to scapy",
             "agents": [("nearest-bridge", BASIC_TLVS), ("nearest-non-tpmr-bridge", BASIC_TLVS)]}])
@@ -78,8 +79,11 @@ class ReceiveFromScapy(LiveCase):
         return out
 
     def test_valid_lldpdus_field_by_field(self):
-        # To an agent that does not run on the port: nothing.
+        # To an agent that does not run on the port, to the port's own MAC,
+        # to another reserved group address: no agent receives them.
         self.send(CUSTOMER.frame(PEER_MAC, NEAREST_CUSTOMER_BRIDGE))
+        self.send(CUSTOMER.frame(PEER_MAC, A_MAC))
+        self.send(CUSTOMER.frame(PEER_MAC, mac_bytes("01:80:c2:00:00:02")))
         self.send(FULL.frame(PEER_MAC, NEAREST_BRIDGE))
         self.send(LOCAL_IDS.frame(PEER_MAC, NEAREST_NON_TPMR_BRIDGE))
 

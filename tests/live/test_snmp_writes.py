@@ -99,3 +99,20 @@ class SnmpWrites(LiveCase):
         self.assertEqual(self.snmp.get("lldpV2PortConfigTLVsTxEnable", (IFINDEX, 1)), {0, 2, 3})
         _, f = self.next_frame(set_done, TX_INTERVAL + 1.5, what="the next LLDPDU")
         self.assertEqual(f.types(), [1, 2, 3, 4, 6, 7, 0])
+
+    def test_transmit_credit_limits_a_burst_of_changes(self):
+        """Each local change asks for a frame; the transmit credit (2 here,
+        one back per second) limits how many leave at once, and the last
+        change still goes out."""
+        self.snmp.set("lldpV2TxCreditMax", (0,), "u", 2)
+        time.sleep(FAST_START + 2)  # fast start over, credit full again
+        start = time.monotonic()
+        for i in range(6):
+            self.snmp.set("lldpV2PortConfigTLVsTxEnable", (IFINDEX, 1), "b", "0 2 3" if i % 2 == 0 else "0 1 2 3")
+        self.snmp.set("lldpV2PortConfigTLVsTxEnable", (IFINDEX, 1), "b", "0 2")
+        burst_end = time.monotonic()
+        self.assertLess(burst_end - start, 1.0, "the SNMP sets were too slow to make a burst")
+        in_burst = [f for t, f in self.frames_since(start) if t <= burst_end]
+        self.assertGreaterEqual(len(in_burst), 1, "a local change sends a frame")
+        self.assertLessEqual(len(in_burst), 3, [f.types() for f in in_burst])
+        self.next_frame(start, 3, lambda f: f.types() == [1, 2, 3, 4, 6, 0], "the last change on the wire")

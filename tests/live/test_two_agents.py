@@ -157,6 +157,7 @@ class TwoAgents(LiveCase):
         chassis id = the interface's MAC, its port and system name as its own
         local tables show them."""
         alpha = self.start_scenario_agent(ALPHA, self.ns_a, self.if_a, "alpha")
+        self.ns_b.ip("addr", "add", "192.0.2.2/24", "dev", self.if_b)
         beta = self.agent(self.ns_b, ["--interfaces", self.if_b], name="beta")
         t0 = time.monotonic()
         kernel_ifindex = self.ns_b.ifindex(self.if_b)
@@ -169,6 +170,10 @@ class TwoAgents(LiveCase):
                                                         "lldpV2LocPortDesc"])
         self.assertEqual(list(ports), [(kernel_ifindex,)])
         local_port = ports[(kernel_ifindex,)]
+        # The interface's IPv4 address is a management address, on that interface.
+        man = beta.snmp.table("lldpV2LocManAddrTable", ["lldpV2LocManAddrIfSubtype", "lldpV2LocManAddrIfId"])
+        self.assertEqual(man, {(1, 4, 192, 0, 2, 2): {"lldpV2LocManAddrIfSubtype": 2,
+                                                     "lldpV2LocManAddrIfId": kernel_ifindex}})
 
         _, row = self.wait_one_neighbour(alpha, ALPHA["ifindex"], sys_name.decode(), t0)
         self.assert_row(row, mac_bytes(BETA["if_mac"]), local_port["lldpV2LocPortIdSubtype"],

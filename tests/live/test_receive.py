@@ -54,7 +54,7 @@ class ReceiveFromScapy(LiveCase):
         text = scenario_text("lt-rx", "02:00:5e:aa:00:01", [{
             "ifindex": IFINDEX, "name": "ge-1/0/7", "linux": self.if_a, "description": "to scapy",
             "agents": [("nearest-bridge", BASIC_TLVS), ("nearest-non-tpmr-bridge", BASIC_TLVS)]}])
-        self.a = self.agent(self.ns_a, ["--scenario", self.write("rx.yaml", text)])
+        self.a = self.agent(self.ns_a, ["--scenario", self.write("rx.yaml", text), "-v"])
         self.peer = Port(self.ns_p, self.if_p, capture=False)
         self.addCleanup(self.peer.stop)
 
@@ -164,3 +164,6 @@ class ReceiveFromScapy(LiveCase):
                 self.assertEqual(remote_rows(self.a.snmp), rows)
         time.sleep(0.2)
         self.row_of(b"scapy-peer")
+        # -v names each discarded frame, with a reason.
+        discarded = [line for line in self.a.log().splitlines() if "discarded" in line]
+        self.assertEqual(len(discarded), len(malformed(FULL)), "\n".join(discarded))

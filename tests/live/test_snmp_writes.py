@@ -4,6 +4,7 @@ again restarts it); lldpV2MessageTxInterval changes the interval and the
 TTL; a TLV transmit switch removes its TLV from the next frame. The frames
 are captured on the peer end of the veth."""
 
+import math
 import time
 
 from livecase import BASIC_TLVS, FAST_START, HOLD, LiveCase, REINIT_DELAY, TTL, TX_INTERVAL, scenario_text
@@ -88,6 +89,11 @@ class SnmpWrites(LiveCase):
         self.assertAlmostEqual(t2 - t1, new_interval, delta=0.7)
         self.assertEqual([f.ttl for t, f in self.frames_since(t1)], [new_ttl, new_ttl])
 
+        # txInterval x holdMultiplier + 1 beyond 65535: the TTL stays 65535.
+        set_at = time.monotonic()
+        self.snmp.set("lldpV2MessageTxInterval", (0,), "u", 32768)
+        self.next_frame(set_at, new_interval + 1.5, lambda f: f.ttl == 65535, "an LLDPDU with TTL 65535")
+
     def test_tlv_switch_removes_the_tlv_from_the_next_frame(self):
         _, first = self.first
         self.assertIn(5, first.types())
@@ -110,9 +116,11 @@ class SnmpWrites(LiveCase):
         for i in range(6):
             self.snmp.set("lldpV2PortConfigTLVsTxEnable", (IFINDEX, 1), "b", "0 2 3" if i % 2 == 0 else "0 1 2 3")
         self.snmp.set("lldpV2PortConfigTLVsTxEnable", (IFINDEX, 1), "b", "0 2")
-        burst_end = time.monotonic()
-        self.assertLess(burst_end - start, 1.0, "the SNMP sets were too slow to make a burst")
-        in_burst = [f for t, f in self.frames_since(start) if t <= burst_end]
+        burst = time.monotonic() - start
+        self.assertLess(burst, 2.5, "the SNMP sets were too slow to make a burst")
+        in_burst = [f for t, f in self.frames_since(start) if t <= start + burst]
+        print(f"7 changes in {burst:.2f} s: {len(in_burst)} frames")
         self.assertGreaterEqual(len(in_burst), 1, "a local change sends a frame")
-        self.assertLessEqual(len(in_burst), 3, [f.types() for f in in_burst])
+        # The full credit, then one frame per second at most.
+        self.assertLessEqual(len(in_burst), 2 + math.ceil(burst), [f.types() for f in in_burst])
         self.next_frame(start, 3, lambda f: f.types() == [1, 2, 3, 4, 6, 0], "the last change on the wire")

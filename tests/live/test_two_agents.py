@@ -121,6 +121,8 @@ class TwoAgents(LiveCase):
         alpha, beta = self.start_pair()
         before = self.assert_counted(alpha, beta)
         rx_before = rx_stats(alpha.snmp, ALPHA["ifindex"])["FramesTotal"]
+        changed_at = alpha.snmp.get("lldpV2StatsRemTablesLastChangeTime")
+        time.sleep(0.1)
 
         stopped = time.monotonic()
         self.assertEqual(beta.terminate(), 0, beta.log())
@@ -132,6 +134,9 @@ class TwoAgents(LiveCase):
 
         after = remote_table_stats(alpha.snmp)
         self.assertEqual(after["deletes"], before["deletes"] + 1)
+        # lldpV2StatsRemTablesLastChangeTime: the insert, then the delete.
+        self.assertGreater(changed_at, 0)
+        self.assertGreater(alpha.snmp.get("lldpV2StatsRemTablesLastChangeTime"), changed_at)
         self.assertEqual(after["ageouts"], before["ageouts"])
         self.assertGreater(rx_stats(alpha.snmp, ALPHA["ifindex"])["FramesTotal"], rx_before)
 

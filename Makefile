@@ -15,7 +15,7 @@ DEB_PACKAGES += iproute2 util-linux python3 python3-scapy
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-san test san-test run clean regen-mibtrees bench bench-snmp
+.PHONY: all deps build build-san test san-test run run-live clean regen-mibtrees bench bench-snmp bench-idle
 
 all: build
 
@@ -53,8 +53,19 @@ san-test: build-san
 run: build
 	@$(BUILD)/agent/lldpv2-agent --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
 
+# LLDP on real interfaces, as root: make run-live IF=eth0 (or IF=eth0,eth1,
+# or IF=all). The agent sends LLDP frames on them: only interfaces you own.
+IF ?=
+run-live: build
+	@if [ -z "$(IF)" ]; then \
+	  echo "usage: make run-live IF=eth0[,eth1...|all]  (LLDP frames are sent on these interfaces: only ones you own)"; \
+	  exit 2; \
+	fi
+	$(SUDO) $(BUILD)/agent/lldpv2-agent --interfaces $(IF) -v --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
+
 bench: build
 	$(BUILD)/bench/module_bench
+	$(BUILD)/bench/daemon_bench
 
 # Rewrites module/mibtrees from the MIB modules.
 regen-mibtrees: deps $(BUILD)/CMakeCache.txt
@@ -63,6 +74,10 @@ regen-mibtrees: deps $(BUILD)/CMakeCache.txt
 # snmpbulkwalk of the whole LLDP-V2-MIB on a generated large scenario.
 bench-snmp: build
 	bench/snmp_bench.sh --build $(BUILD)
+
+# CPU use of the idle agent with 100 refreshed neighbours (60 s).
+bench-idle: build
+	bench/idle_cpu.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD)

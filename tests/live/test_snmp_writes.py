@@ -73,6 +73,41 @@ class SnmpWrites(LiveCase):
         self.assertEqual(f.ttl, TTL)
         self.assertGreater(tx_frames(self.snmp, IFINDEX), counted)
 
+    def test_rx_only_and_tx_only(self):
+        """rxOnly stops transmission (one shutdown LLDPDU) and still learns;
+        txOnly transmits again after the reinit delay and keeps nothing it
+        receives; txAndRx learns again."""
+        peer = FULL.frame(PEER_MAC)
+        self.wire.send(peer)
+        wait_until(lambda: remote_rows(self.snmp), 3, what="the peer learned")
+        time.sleep(FAST_START + 0.5)
+
+        cases = [
+            # (status, sends after it, shutdown LLDPDU, keeps neighbours)
+            (2, False, True, True),
+            (1, True, False, False),
+            (3, True, False, True),
+        ]
+        for status, sends, shutdown, keeps in cases:
+            with self.subTest(status=status):
+                before = time.monotonic()
+                self.snmp.set("lldpV2PortConfigAdminStatus", (IFINDEX, 1), "i", status)
+                if shutdown:
+                    self.next_frame(before, 2, lambda f: f.ttl == 0, "the shutdown LLDPDU")
+                if sends:
+                    self.next_frame(before, REINIT_DELAY + TX_INTERVAL + 1, lambda f: f.ttl == TTL, "an LLDPDU")
+                self.wire.send(peer)
+                if keeps:
+                    wait_until(lambda: remote_rows(self.snmp), 2, interval=0.1, what="the peer known")
+                else:
+                    wait_until(lambda: not remote_rows(self.snmp), 2, interval=0.1, what="no neighbour kept")
+                    time.sleep(0.3)
+                    self.assertEqual(remote_rows(self.snmp), {}, "a txOnly agent stored a neighbour")
+                if not sends:
+                    time.sleep(1)
+                    self.assertEqual([f.ttl for t, f in self.frames_since(before) if f.dst == NEAREST_BRIDGE],
+                                     [0], "an rxOnly agent transmitted")
+
     def test_tx_interval_changes_interval_and_ttl(self):
         time.sleep(FAST_START + 0.5)
         new_interval = 8

@@ -1,8 +1,9 @@
 """--pcap-out: what the agent transmits, recorded in a capture file, decodes
 in tshark with the values the MIB shows in lldpV2LocSystemData and
-lldpV2LocPortTable and the TTL txInterval x holdMultiplier + 1; the file
-holds exactly the frames seen on the wire, the received ones too, and ends
-with the shutdown LLDPDU."""
+lldpV2LocPortTable and the TTL txInterval x holdMultiplier + 1, each of the
+port's three agents to its own group address; the file holds exactly the
+frames seen on the wire, the received ones too, and each agent's frames end
+with its shutdown LLDPDU."""
 
 import ipaddress
 import os
@@ -12,8 +13,8 @@ import time
 from scapy.utils import rdpcap
 
 import livenet
-from livecase import BASIC_TLVS, FAST_START, LiveCase, TX_INTERVAL, scenario_text
-from livenet import NEAREST_BRIDGE, Port, is_lldp, mac_bytes, mac_text
+from livecase import AGENT_NAMES, BASIC_TLVS, FAST_START, LiveCase, TX_INTERVAL, scenario_text
+from livenet import DEST_INDEX, NEAREST_BRIDGE, Port, is_lldp, mac_bytes, mac_text
 from test_receive import FULL
 
 IFINDEX = 7
@@ -52,7 +53,7 @@ class PcapOut(LiveCase):
         ns_a, if_a, ns_p, if_p = self.link(mac_text(A_MAC), mac_text(PEER_MAC))
         text = scenario_text("lt-pcap", "02:00:5e:aa:00:01", [{
             "ifindex": IFINDEX, "name": "ge-1/0/7", "linux": if_a, "description": "recorded port",
-            "agents": [("nearest-bridge", BASIC_TLVS)], "management": MGMT}],
+            "agents": [(agent, BASIC_TLVS) for agent in AGENT_NAMES], "management": MGMT}],
             mgmt=(MGMT, IFINDEX), caps="{supported: [bridge, router], enabled: [router]}")
         wire = Port(ns_p, if_p)
         self.addCleanup(wire.stop)
@@ -74,22 +75,29 @@ class PcapOut(LiveCase):
         for name in ("lldpV2LocPortIdSubtype", "lldpV2LocPortId", "lldpV2LocPortDesc"):
             mib[name] = snmp.get(name, (IFINDEX,))
         man = snmp.table("lldpV2LocManAddrTable", ["lldpV2LocManAddrIfId"])
-        # Every frame counted went out (one may be on its way).
-        counted = livenet.tx_frames(snmp, IFINDEX)
+        # Every frame counted went out (one per agent may be on its way).
+        counted = sum(livenet.tx_frames(snmp, IFINDEX, dest) for dest in (1, 2, 3))
         on_wire = len([f for _, f in wire.frames() if from_a(f)])
-        self.assertIn(on_wire, (counted, counted + 1))
+        self.assertGreaterEqual(on_wire, counted)
+        self.assertLessEqual(on_wire, counted + 3)
         self.assertEqual(a.terminate(), 0, a.log())
         time.sleep(0.2)
 
         ttl = min(65535, mib["lldpV2MessageTxInterval"] * mib["lldpV2MessageTxHoldMultiplier"] + 1)
         self.assertEqual(ttl, 11)
         decoded = tshark_fields(pcap)
-        out = [d for d in decoded if d["eth.src"] == mac_text(A_MAC)]
         received = [d for d in decoded if d["eth.src"] == mac_text(PEER_MAC)]
-        self.assertGreaterEqual(len(out), 2, decoded)
         self.assertEqual([d["lldp.tlv.system.name"] for d in received], ["scapy-peer"])
-        self.assertEqual([d["lldp.time_to_live"] for d in out], [str(ttl)] * (len(out) - 1) + ["0"],
-                         "regular LLDPDUs, then one shutdown LLDPDU")
+        # Each of the three agents sends to its own group address: regular
+        # LLDPDUs, then one shutdown LLDPDU.
+        sent_by = {dst: [d for d in decoded if d["eth.src"] == mac_text(A_MAC) and d["eth.dst"] == mac_text(dst)]
+                   for dst in DEST_INDEX}
+        for dst, frames in sent_by.items():
+            with self.subTest(dst=mac_text(dst)):
+                self.assertGreaterEqual(len(frames), 2, decoded)
+                self.assertEqual([d["lldp.time_to_live"] for d in frames], [str(ttl)] * (len(frames) - 1) + ["0"])
+        self.assertEqual(sum(map(len, sent_by.values())), len([d for d in decoded if d not in received]))
+        out = sent_by[NEAREST_BRIDGE]
 
         expected = {
             "eth.dst": mac_text(NEAREST_BRIDGE),

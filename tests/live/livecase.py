@@ -30,7 +30,7 @@ def scenario_text(sys_name, chassis_mac, ports, sys_desc=None, lldp=None, mgmt=N
     """A one-node scenario. ports: dicts with ifindex, name, linux (optional),
     description, agents ([(agent name, [tlvs])]: the agents that run, the
     others are disabled), management (address sent by the first agent,
-    optional)."""
+    optional), neighbour_limit (optional)."""
     lines = [
         "system:",
         f'  chassis-id: {{subtype: mac-address, value: "{chassis_mac}"}}',
@@ -54,8 +54,10 @@ def scenario_text(sys_name, chassis_mac, ports, sys_desc=None, lldp=None, mgmt=N
             lines.append(f"    linux: {p['linux']}")
         lines += ["    lldp:",
                   f"      port-id: {{subtype: interface-name, value: {p['name']}}}",
-                  f'      description: "{p["description"]}"',
-                  "      agents:"]
+                  f'      description: "{p["description"]}"']
+        if p.get("neighbour_limit"):
+            lines.append(f"      neighbour-limit: {p['neighbour_limit']}")
+        lines += ["      agents:"]
         for i, (agent, tlvs) in enumerate(p["agents"]):
             lines += [f"        - agent: {agent}",
                       f"          tlvs: [{', '.join(tlvs)}]"]

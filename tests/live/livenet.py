@@ -469,7 +469,8 @@ KNOWN_OBJECTS = [
     "lldpV2LocManAddrIfId", "lldpV2LocManAddrIfSubtype", "lldpV2RemTable", "lldpV2RemChassisIdSubtype",
     "lldpV2RemChassisId",
     "lldpV2RemPortIdSubtype", "lldpV2RemPortId", "lldpV2RemPortDesc", "lldpV2RemSysName", "lldpV2RemSysDesc",
-    "lldpV2RemSysCapSupported", "lldpV2RemSysCapEnabled", "lldpV2RemManAddrTable", "lldpV2RemManAddrIfSubtype",
+    "lldpV2RemSysCapSupported", "lldpV2RemSysCapEnabled", "lldpV2RemTooManyNeighbors",
+    "lldpV2RemManAddrTable", "lldpV2RemManAddrIfSubtype",
     "lldpV2RemManAddrIfId", "lldpV2RemUnknownTLVTable", "lldpV2RemUnknownTLVInfo",
 ]
 
@@ -577,10 +578,12 @@ REM_COLUMNS = ["lldpV2RemChassisIdSubtype", "lldpV2RemChassisId", "lldpV2RemPort
                "lldpV2RemSysCapEnabled"]
 
 
-def remote_rows(snmp):
+def remote_rows(snmp, too_many=False):
     """{(local ifIndex, dest address index, remote index): row} of
-    lldpV2RemTable (the time mark dropped)."""
-    return {idx[1:]: row for idx, row in snmp.table("lldpV2RemTable", REM_COLUMNS).items()}
+    lldpV2RemTable (the time mark dropped); too_many: with
+    lldpV2RemTooManyNeighbors."""
+    columns = REM_COLUMNS + (["lldpV2RemTooManyNeighbors"] if too_many else [])
+    return {idx[1:]: row for idx, row in snmp.table("lldpV2RemTable", columns).items()}
 
 
 def rows_named(snmp, sys_name):

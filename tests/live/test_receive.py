@@ -9,10 +9,11 @@ import time
 
 from livecase import BASIC_TLVS, LiveCase, scenario_text
 from livenet import (NEAREST_BRIDGE, NEAREST_CUSTOMER_BRIDGE, NEAREST_NON_TPMR_BRIDGE, Port, mac_bytes,
-                     mac_text, remote_rows, remote_table_stats, rx_stats, wait_until)
+                     mac_text, remote_rows, remote_table_stats, rows_named, rx_stats, wait_until)
 from lldpframes import CAP_BRIDGE, CAP_ROUTER, END, Neighbour, caps_bits, ethernet, tlv, with_length
 
 IFINDEX = 7
+NEIGHBOUR_LIMIT = 4
 PEER_MAC = mac_bytes("02:00:5e:cc:10:09")
 A_MAC = mac_bytes("02:00:5e:aa:10:07")
 OID_BER = bytes([0x2B, 6, 1, 4, 1, 99, 1])
@@ -53,6 +54,7 @@ class ReceiveFromScapy(LiveCase):
         self.ns_a, self.if_a, self.ns_p, self.if_p = self.link(mac_text(A_MAC), mac_text(PEER_MAC))
         text = scenario_text("lt-rx", "02:00:5e:aa:00:01", [{
             "ifindex": IFINDEX, "name": "ge-1/0/7", "linux": self.if_a, "description": "to scapy",
+            "neighbour_limit": NEIGHBOUR_LIMIT,
             "agents": [("nearest-bridge", BASIC_TLVS), ("nearest-non-tpmr-bridge", BASIC_TLVS)]}])
         self.a = self.agent(self.ns_a, ["--scenario", self.write("rx.yaml", text), "-v"])
         self.peer = Port(self.ns_p, self.if_p, capture=False)
@@ -169,3 +171,31 @@ class ReceiveFromScapy(LiveCase):
         self.assertEqual(len(discarded), len(malformed(FULL)), "\n".join(discarded))
         # Hundreds of SNMP requests above, and no log line for any of them.
         self.assertLess(len(self.a.log().splitlines()), len(discarded) + 30, self.a.log())
+
+    def test_short_ttl_ages_out_on_time(self):
+        ttl = 2
+        n = Neighbour(mac_bytes("02:00:5e:cc:00:05"), b"eth5", b"scapy-five", ttl=ttl)
+        before = remote_table_stats(self.a.snmp)
+        self.send(n.frame(PEER_MAC))
+        sent = time.monotonic()
+        self.row_of(b"scapy-five")
+        wait_until(lambda: not rows_named(self.a.snmp, b"scapy-five"), ttl + 1.5, interval=0.1,
+                   what=f"the neighbour aged out after its TTL of {ttl} s")
+        gone = time.monotonic() - sent
+        self.assertGreater(gone, ttl - 0.5, "aged out before its TTL")
+        after = remote_table_stats(self.a.snmp)
+        self.assertEqual(after["ageouts"], before["ageouts"] + 1)
+        self.assertEqual(rx_stats(self.a.snmp, IFINDEX)["AgeoutsTotal"], 1)
+
+    def test_neighbours_beyond_the_limit_are_dropped(self):
+        """A new MSAP beyond the port's neighbour limit is dropped and
+        counted; the agent's rows say too many neighbours."""
+        for i in range(NEIGHBOUR_LIMIT + 1):
+            n = Neighbour(mac_bytes(f"02:00:5e:dd:00:{i:02x}"), b"eth1", f"many-{i}".encode())
+            self.send(n.frame(PEER_MAC))
+        wait_until(lambda: remote_table_stats(self.a.snmp)["drops"] == 1, 2, interval=0.1, what="one drop")
+        rows = [r for k, r in remote_rows(self.a.snmp, True).items() if k[:2] == (IFINDEX, 1)]
+        self.assertEqual(sorted(r["lldpV2RemSysName"] for r in rows),
+                         [f"many-{i}".encode() for i in range(NEIGHBOUR_LIMIT)])
+        self.assertEqual({r["lldpV2RemTooManyNeighbors"] for r in rows}, {1})  # true
+        self.assertEqual(remote_table_stats(self.a.snmp)["inserts"], NEIGHBOUR_LIMIT)

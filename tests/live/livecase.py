@@ -105,7 +105,8 @@ class LiveCase(unittest.TestCase):
     def _stop_agents(self):
         if self._failed():
             for a in self.agents:
-                sys.stderr.write(f"\n---- {a.log_path} ({' '.join(a.command())})\n{a.log()}\n")
+                tail = "\n".join(a.log().splitlines()[-200:])
+                sys.stderr.write(f"\n---- {a.log_path} ({' '.join(a.command())}), last lines\n{tail}\n")
         for a in self.agents:
             a._kill_quietly()
 

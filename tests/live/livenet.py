@@ -302,6 +302,7 @@ class Port:
             self.sock = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(ETH_P_LLDP))
             self.sock.bind((ifname, ETH_P_LLDP))
         self._frames = []
+        self._error = None
         self._lock = threading.Lock()
         self._stop = threading.Event()
         self._thread = None
@@ -321,6 +322,7 @@ class Port:
                 # A link that was down reports it once; the socket goes on.
                 if exc.errno == errno.ENETDOWN:
                     continue
+                self._error = exc
                 return
             if addr[2] == PACKET_OUTGOING:
                 continue
@@ -332,6 +334,8 @@ class Port:
 
     def frames(self, since=0.0):
         """[(arrival time, frame)] that arrived at or after `since`."""
+        if self._error is not None and not self._stop.is_set():
+            raise RuntimeError(f"capture on {self.ifname} stopped: {self._error!r}")
         with self._lock:
             return [(t, f) for t, f in self._frames if t >= since]
 

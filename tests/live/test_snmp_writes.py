@@ -1,8 +1,10 @@
 """SNMP writes take effect on the wire at once: lldpV2PortConfigAdminStatus
 disabled stops transmission after exactly one shutdown LLDPDU (and enabled
-again restarts it); lldpV2MessageTxInterval changes the interval and the
-TTL; a TLV transmit switch removes its TLV from the next frame. The frames
-are captured on the peer end of the veth."""
+again restarts it), rxOnly and txOnly do what they say;
+lldpV2MessageTxInterval changes the interval and the TTL (capped at 65535);
+a TLV transmit switch removes its TLV from the next frame; lldpV2TxCreditMax
+limits a burst of changes. The frames are captured on the peer end of the
+veth."""
 
 import math
 import time

@@ -2,8 +2,8 @@
 malformed and non-LLDP frames, replayed into a scenario port shows the
 neighbours and counts the discards; at the recorded pace the frames arrive
 as far apart as they were recorded, or a given factor faster. No network
-namespace is needed: the
-scenario's ports are simulated, nothing is sent anywhere."""
+namespace is needed: the scenario's ports are simulated, nothing is sent
+anywhere."""
 
 import os
 import time

@@ -6,8 +6,9 @@ of a veth, and a small LLDPDU reader for the frames captured.
 Everything made here (namespaces, the veths inside them, agent processes,
 temporary directories) is registered for removal when it is made, and is
 removed on every way out: the test's own finally/tearDown, interpreter exit
-(atexit), and SIGTERM/SIGINT/SIGHUP. Namespaces carry the test process's pid
-in their name, so a later run removes what a run killed with SIGKILL left.
+(atexit), and SIGTERM/SIGINT/SIGHUP. Namespaces and temporary directories
+carry the test process's pid in their name, so a later run removes what a
+run killed with SIGKILL left.
 Veth ends are created directly inside the namespaces: nothing is ever added
 to, or sent on, the machine's own interfaces.
 """
@@ -167,16 +168,23 @@ def _remove_netns(name):
     run(["ip", "netns", "del", name], check=False)
 
 
+_DIR_RE = re.compile(r"^lt-(?:live|snmp)-(\d+)-")
+
+
 def sweep_stale():
-    """Removes the namespaces of earlier runs whose test process is gone."""
-    try:
-        names = os.listdir("/run/netns")
-    except OSError:
-        return
-    for name in names:
-        m = _NAME_RE.match(name)
-        if m and int(m.group(1)) != os.getpid() and not _pid_alive(int(m.group(1))):
-            _remove_netns(name)
+    """Removes the namespaces and temporary directories of earlier runs
+    whose test process is gone."""
+    with contextlib.suppress(OSError):
+        for name in os.listdir("/run/netns"):
+            m = _NAME_RE.match(name)
+            if m and int(m.group(1)) != os.getpid() and not _pid_alive(int(m.group(1))):
+                _remove_netns(name)
+    tmp = tempfile.gettempdir()
+    with contextlib.suppress(OSError):
+        for name in os.listdir(tmp):
+            m = _DIR_RE.match(name)
+            if m and int(m.group(1)) != os.getpid() and not _pid_alive(int(m.group(1))):
+                shutil.rmtree(os.path.join(tmp, name), ignore_errors=True)
 
 
 def namespaces_unavailable():
@@ -505,7 +513,7 @@ class Snmp:
         self.target = f"udp:127.0.0.1:{port}"
         self.community = community
         self.rwcommunity = rwcommunity
-        self.confdir = tempfile.mkdtemp(prefix="lt-snmp-")
+        self.confdir = tempfile.mkdtemp(prefix=f"lt-snmp-{os.getpid()}-")
         defer(lambda: shutil.rmtree(self.confdir, ignore_errors=True))
 
     def tool(self, tool, args, community=None, check=True, quick=False):
@@ -691,6 +699,6 @@ def free_udp_port():
 
 
 def workdir():
-    d = tempfile.mkdtemp(prefix="lt-live-")
+    d = tempfile.mkdtemp(prefix=f"lt-live-{os.getpid()}-")
     defer(lambda: shutil.rmtree(d, ignore_errors=True))
     return d

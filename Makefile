@@ -10,6 +10,8 @@ PORT ?= 1161
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
 	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind
+# The live tests: namespaces and veths, scapy as the independent LLDP peer.
+DEB_PACKAGES += iproute2 util-linux python3 python3-scapy
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 

@@ -6,6 +6,7 @@
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/scenario.h"
 #include "lldpv2host/switch.h"
+#include "operations.h"
 #include "server.h"
 #include "snmp_setup.h"
 
@@ -98,6 +99,9 @@ int main(int argc, char **argv) {
     app.add_option("--mibs", mibsDir, "directory of the MIB modules (for the usage hints)")->capture_default_str();
     app.add_flag("--print-usage-hints", hints, "print commands that query the agent before serving");
     app.add_flag("-v,--verbose", verbose, "log informational messages");
+    app.set_version_flag("--version", std::string(kAppName) + " " + LLDPV2_VERSION);
+    lldpv2agent::OperationsOptions operations;
+    lldpv2agent::AddOperationsOptions(app, operations);
     CLI11_PARSE(app, argc, argv);
 
     if (check) return RunCheck(scenario);
@@ -129,6 +133,10 @@ int main(int argc, char **argv) {
         std::cerr << kAppName << ": " << error << "\n";
         return 1;
     }
+    if (std::string e = lldpv2agent::PrepareOperations(operations, config.Dir(), kAppName, !agentx); !e.empty()) {
+        std::cerr << kAppName << ": " << e << "\n";
+        return 2;
+    }
     lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentx);
     if (init_agent(kAppName) != 0) {
         std::cerr << kAppName << ": net-snmp agent initialisation failed\n";
@@ -159,6 +167,7 @@ int main(int argc, char **argv) {
         }
         std::string where = agentx ? "as AgentX subagent of " + *agentx : "on " + listen;
         snmp_log(LOG_NOTICE, "%s: serving %s %s\n", kAppName, modulePath.c_str(), where.c_str());
+        lldpv2agent::OperationsServices services(operations, !agentx);
         while (!g_stop) agent_check_and_process(1);
         snmp_log(LOG_NOTICE, "%s: stopping\n", kAppName);
     }

@@ -42,7 +42,10 @@ void InstallSignals() {
     signal(SIGPIPE, SIG_IGN);
 }
 
+// The installed module next to the installed agent (wherever the tree was
+// installed), else the one built with it, else its install location.
 std::string DefaultModulePath() {
+    if (auto installed = lldpv2agent::NextToExecutable(LLDPV2_MODULE_FROM_BIN)) return *installed;
     std::error_code ec;
     if (std::filesystem::exists(LLDPV2_MODULE_BUILD_PATH, ec)) return LLDPV2_MODULE_BUILD_PATH;
     return LLDPV2_MODULE_INSTALL_PATH;
@@ -82,7 +85,7 @@ int main(int argc, char **argv) {
     lldpv2agent::AccessConfig access;
     std::optional<std::string> agentx;
     std::string modulePath = DefaultModulePath();
-    std::string mibsDir = LLDPV2_MIBS_DIR;
+    std::string mibsDir = lldpv2agent::NextToExecutable(LLDPV2_MIBS_FROM_BIN).value_or(LLDPV2_MIBS_DIR);
     bool hints = false;
     bool verbose = false;
 

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <filesystem>
 
 namespace lldpv2agent {
 
@@ -32,6 +33,15 @@ void AddOperationsOptions(CLI::App &app, OperationsOptions &o) {
     app.add_option("--sys-contact", o.system.contact, "sysContact")->group(sys);
     app.add_option("--sys-location", o.system.location, "sysLocation")->group(sys);
     app.add_option("--sys-object-id", o.sysObjectId, "sysObjectID (default 1.3.6.1.4.1.8072.3.2.10)")->group(sys);
+}
+
+std::optional<std::string> NextToExecutable(const std::string &relative) {
+    std::error_code ec;
+    const std::filesystem::path exe = std::filesystem::read_symlink("/proc/self/exe", ec);
+    if (ec) return std::nullopt;
+    const std::filesystem::path p = (exe.parent_path() / relative).lexically_normal();
+    if (!std::filesystem::exists(p, ec)) return std::nullopt;
+    return p.string();
 }
 
 std::vector<uint32_t> ParseDottedOid(const std::string &text) {

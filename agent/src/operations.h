@@ -5,6 +5,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "notify.h"
@@ -42,6 +43,10 @@ private:
     Notifier notifier_;
     std::unique_ptr<SystemMib> system_;
 };
+
+// The path `relative` to the directory of the running executable, when it
+// exists there.
+std::optional<std::string> NextToExecutable(const std::string &relative);
 
 // "1.3.6.1..." as arcs; empty when it is not an object identifier.
 std::vector<uint32_t> ParseDottedOid(const std::string &text);

@@ -15,7 +15,7 @@ PREFIX ?= /usr/local
 DESTDIR ?=
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev tshark valgrind snmptrapd
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind snmptrapd
 
 # Only `make deb` needs these.
 DEB_BUILD_PACKAGES := debhelper devscripts lintian fakeroot dpkg-dev

@@ -3,10 +3,13 @@
 // registers, answering every request through the module's MOR callback.
 // The node records' declarations come before net-snmp's headers, whose
 // macros reuse some of their names.
+#include "lldpv2host/live.h"
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/scenario.h"
 #include "lldpv2host/switch.h"
 #include "operations.h"
+#include "agent_log.h"
+#include "event_loop.h"
 #include "server.h"
 #include "snmp_setup.h"
 
@@ -15,7 +18,9 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
@@ -29,8 +34,26 @@ namespace {
 constexpr const char *kAppName = "lldpv2-agent";
 
 volatile sig_atomic_t g_stop = 0;
+volatile sig_atomic_t g_reload = 0;
+// Written by the signal handlers so that the loop wakes up at once.
+int g_wakeWrite = -1;
 
-void OnStopSignal(int) { g_stop = 1; }
+void Wake() {
+    if (g_wakeWrite >= 0) {
+        const char c = 1;
+        [[maybe_unused]] ssize_t n = write(g_wakeWrite, &c, 1);
+    }
+}
+
+void OnStopSignal(int) {
+    g_stop = 1;
+    Wake();
+}
+
+void OnReloadSignal(int) {
+    g_reload = 1;
+    Wake();
+}
 
 void InstallSignals() {
     struct sigaction sa {};
@@ -39,7 +62,35 @@ void InstallSignals() {
     sa.sa_flags = 0;  // no SA_RESTART: the agent's select() returns at once
     sigaction(SIGINT, &sa, nullptr);
     sigaction(SIGTERM, &sa, nullptr);
+    sa.sa_handler = OnReloadSignal;
+    sigaction(SIGHUP, &sa, nullptr);
     signal(SIGPIPE, SIG_IGN);
+}
+
+// The self-pipe of the signal handlers; the read end, or -1.
+int OpenWakePipe() {
+    int fds[2];
+    if (pipe2(fds, O_NONBLOCK | O_CLOEXEC) != 0) return -1;
+    g_wakeWrite = fds[1];
+    return fds[0];
+}
+
+void DrainWakePipe(int fd) {
+    char buf[64];
+    while (read(fd, buf, sizeof buf) > 0) {
+    }
+}
+
+int SyslogPriority(lldpv2host::live::LiveSwitch::Level level) {
+    using Level = lldpv2host::live::LiveSwitch::Level;
+    switch (level) {
+        case Level::Error: return LOG_ERR;
+        case Level::Warning: return LOG_WARNING;
+        case Level::Notice: return LOG_NOTICE;
+        case Level::Info: return LOG_INFO;
+        case Level::Debug: return LOG_DEBUG;
+    }
+    return LOG_INFO;
 }
 
 // The installed module next to the installed agent (wherever the tree was
@@ -51,46 +102,73 @@ std::string DefaultModulePath() {
     return LLDPV2_MODULE_INSTALL_PATH;
 }
 
-bool LoadScenario(const std::optional<std::string> &path, std::string &error) {
+// The scenario of the host's interfaces (--interfaces).
+bool LoadHost(const std::string &interfaces, std::string &error) {
+    namespace live = lldpv2host::live;
+    std::optional<live::InterfaceSelection> sel = live::InterfaceSelection::Parse(interfaces, &error);
+    if (!sel) return false;
+    live::HostInfo host;
+    std::vector<live::LinkInfo> ports;
+    std::vector<std::string> missing;
+    if (!live::DescribeHost(host, &error) || !live::SelectLinks(host.links, *sel, ports, &missing, &error)) return false;
+    for (const std::string &name : missing) std::cerr << kAppName << ": interface " << name << " does not exist\n";
+    return lldpv2host::LoadScenarioText(live::HostScenarioText(host, ports), &error, "host interfaces");
+}
+
+bool LoadScenario(const std::optional<std::string> &path, const std::optional<std::string> &interfaces,
+                  std::string &error) {
+    if (interfaces) return LoadHost(*interfaces, error);
     return path ? lldpv2host::LoadScenarioFile(*path, &error) : lldpv2host::LoadDefaultScenario(&error);
 }
 
 // --check: loads the scenario and reports what it describes.
-int RunCheck(const std::optional<std::string> &path) {
+int RunCheck(const std::optional<std::string> &path, const std::optional<std::string> &interfaces) {
     std::string error;
-    if (!LoadScenario(path, error)) {
-        std::cerr << kAppName << ": scenario " << path.value_or("(default)") << " is not valid: " << error << "\n";
+    const std::string what = interfaces ? "of interfaces " + *interfaces : path.value_or("(default)");
+    if (!LoadScenario(path, interfaces, error)) {
+        std::cerr << kAppName << ": scenario " << what << " is not valid: " << error << "\n";
         return 1;
     }
     size_t up = 0;
     std::vector<uint16_t> nodes = lldpv2host::Nodes();
     for (uint16_t n : nodes) up += lldpv2host::NodeUp(n) ? 1 : 0;
-    std::cout << "scenario " << path.value_or("(default)") << ": valid, " << nodes.size() << " nodes (" << up
+    std::cout << "scenario " << what << ": valid, " << nodes.size() << " nodes (" << up
               << " up), " << lldpv2host::Interfaces().size() << " interfaces\n";
     return 0;
-}
-
-void EnableStderrLog(bool verbose) {
-    netsnmp_log_handler *logh = netsnmp_register_loghandler(NETSNMP_LOGHANDLER_STDERR, verbose ? LOG_DEBUG : LOG_NOTICE);
-    if (logh != nullptr) logh->token = strdup("stderr");
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-    CLI::App app{"SNMP agent serving the LLDP-V2 MIB module on a simulated switch"};
+    namespace live = lldpv2host::live;
+    CLI::App app{"SNMP agent serving the LLDP-V2 MIB module of a switch: simulated, or the host's own interfaces"};
     std::string listen = "udp:127.0.0.1:1161";
     std::optional<std::string> scenario;
+    std::optional<std::string> interfaces;
+    std::vector<std::string> pcapIn;
+    std::string pcapSpeed = "recorded";
+    std::optional<std::string> pcapOut;
+    std::string logTarget = "stderr";
     bool check = false;
     lldpv2agent::AccessConfig access;
     std::optional<std::string> agentx;
     std::string modulePath = DefaultModulePath();
     std::string mibsDir = lldpv2agent::NextToExecutable(LLDPV2_MIBS_FROM_BIN).value_or(LLDPV2_MIBS_DIR);
     bool hints = false;
-    bool verbose = false;
+    int verbosity = 0;
 
     app.add_option("--listen", listen, "net-snmp transport address to listen on")->capture_default_str();
-    app.add_option("--scenario", scenario, "switch scenario file (default: the built-in scenario)");
+    auto *scenarioOpt = app.add_option("--scenario", scenario, "switch scenario file (default: the built-in scenario)");
+    app.add_option("--interfaces", interfaces,
+                   "run LLDP on these Linux interfaces (names separated by commas, or all): the switch is the host")
+        ->excludes(scenarioOpt);
+    app.add_option("--pcap-in", pcapIn, "replay the LLDP frames of a pcap/pcapng file into a port (FILE[:PORT])");
+    app.add_option("--pcap-speed", pcapSpeed, "replay pace: recorded, max, or a factor of the recorded pace")
+        ->capture_default_str();
+    app.add_option("--pcap-out", pcapOut, "record every LLDPDU sent and received in this pcap file");
+    app.add_option("--log", logTarget, "where the log goes: stderr or syslog")
+        ->check(CLI::IsMember({"stderr", "syslog"}))
+        ->capture_default_str();
     app.add_flag("--check", check, "load and validate the scenario, report, and exit");
     app.add_option("--community", access.roCommunity, "read-only community")->capture_default_str();
     app.add_option("--rwcommunity", access.rwCommunity, "read-write community (none: sets are refused)");
@@ -101,13 +179,13 @@ int main(int argc, char **argv) {
     app.add_option("--module", modulePath, "the LLDP-V2 module to load")->capture_default_str();
     app.add_option("--mibs", mibsDir, "directory of the MIB modules (for the usage hints)")->capture_default_str();
     app.add_flag("--print-usage-hints", hints, "print commands that query the agent before serving");
-    app.add_flag("-v,--verbose", verbose, "log informational messages");
+    app.add_flag("-v,--verbose", verbosity, "log LLDP events (neighbours, discarded frames); twice: debug");
     app.set_version_flag("--version", std::string(kAppName) + " " + LLDPV2_VERSION);
     lldpv2agent::OperationsOptions operations;
     lldpv2agent::AddOperationsOptions(app, operations);
     CLI11_PARSE(app, argc, argv);
 
-    if (check) return RunCheck(scenario);
+    if (check) return RunCheck(scenario, interfaces);
 
     auto plainWord = [](const std::string &s) {
         return !s.empty() && s.find_first_of(" \t\r\n\"'#") == std::string::npos;
@@ -121,15 +199,64 @@ int main(int argc, char **argv) {
         std::cerr << kAppName << ": --v3-user needs --v3-auth-pass and --v3-priv-pass of at least 8 characters\n";
         return 2;
     }
+    live::LiveOptions options;
+    options.interfaces = interfaces;
+    options.scenario = scenario;
+    options.pcapOut = pcapOut;
+    for (const std::string &in : pcapIn) options.pcapIn.push_back(live::PcapInput::Parse(in));
+    if (auto speed = live::PcapSpeed::Parse(pcapSpeed)) {
+        options.pcapSpeed = *speed;
+    } else {
+        std::cerr << kAppName << ": --pcap-speed is recorded, max or a positive factor\n";
+        return 2;
+    }
 
-    EnableStderrLog(verbose);
+    lldpv2agent::SetUpLog(logTarget == "syslog" ? lldpv2agent::LogTarget::Syslog : lldpv2agent::LogTarget::Stderr,
+                          verbosity, kAppName);
     InstallSignals();
 
+    // One thread: every socket and the daemons' timer live in net-snmp's loop.
+    live::LiveSwitch *liveSwitch = nullptr;
+    const int wakeFd = OpenWakePipe();
+    lldpv2agent::EventLoop loop(
+        [&](int fd) {
+            if (fd == wakeFd) {
+                DrainWakePipe(fd);
+            } else if (liveSwitch != nullptr) {
+                liveSwitch->OnReadable(fd);
+            }
+        },
+        [&] {
+            if (liveSwitch != nullptr) liveSwitch->RunDue();
+        });
+    if (wakeFd >= 0) loop.Watch(wakeFd);
+    live::LiveSwitch::Hooks hooks;
+    hooks.watch = [&loop](int fd) { loop.Watch(fd); };
+    hooks.unwatch = [&loop](int fd) { loop.Unwatch(fd); };
+    hooks.log = [](live::LiveSwitch::Level level, const std::string &text) {
+        lldpv2agent::Log(SyslogPriority(level), text);
+    };
+    live::LiveSwitch sw(hooks);
+    liveSwitch = &sw;
+
     std::string error;
-    if (!LoadScenario(scenario, error)) {
-        std::cerr << kAppName << ": scenario " << scenario.value_or("(default)") << ": " << error << "\n";
-        return 1;
+    switch (sw.Start(options, &error)) {
+        case live::LiveSwitch::StartError::None:
+            break;
+        case live::LiveSwitch::StartError::NoPermission:
+            std::cerr << kAppName << ": " << error << "\n";
+            return 1;
+        case live::LiveSwitch::StartError::Refused:
+            std::cerr << kAppName << ": "
+                      << (interfaces ? "interfaces " + *interfaces : "scenario " + scenario.value_or("(default)"))
+                      << ": " << error << "\n";
+            return 1;
+        case live::LiveSwitch::StartError::Io:
+            std::cerr << kAppName << ": " << error << "\n";
+            return 1;
     }
+    // The daemons' clock runs from the value the switch was loaded with.
+    loop.clock().Rebase(lldpv2host::Now());
 
     lldpv2agent::PrivateConfig config;
     if (!config.Create(kAppName, access, !agentx, error)) {
@@ -141,14 +268,21 @@ int main(int argc, char **argv) {
         return 2;
     }
     lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentx);
+    // No log line per SNMP request ("Connection from ...").
+    netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
     if (init_agent(kAppName) != 0) {
         std::cerr << kAppName << ": net-snmp agent initialisation failed\n";
         return 1;
     }
 
     // The observer must be in place before the module's constructor adds
-    // its trees.
-    lldpv2agent::Server server(lldpv2host::Deliver);
+    // its trees. Every request sees the daemons' clock of its own moment.
+    lldpv2agent::Server server([&loop](uint32_t moduleId, lldpv2host::MorMessage &request,
+                                       lldpv2host::MorMessage &reply) {
+        loop.Sync();
+        if (lldpv2agent::LogEnabled(LOG_DEBUG)) lldpv2agent::Log(LOG_DEBUG, "request " + lldpv2host::Describe(request));
+        return lldpv2host::Deliver(moduleId, request, reply);
+    });
     server.Attach();
     void *module = dlopen(modulePath.c_str(), RTLD_NOW);
     if (module == nullptr) {
@@ -163,16 +297,37 @@ int main(int argc, char **argv) {
     if (!agentx && init_master_agent() != 0) {
         std::cerr << kAppName << ": cannot listen on " << listen << "\n";
         status = 1;
+        sw.Shutdown();
     } else {
         if (hints) {
             std::string target = agentx ? "<address of the master agent>" : listen.substr(0, listen.find(','));
             std::cout << lldpv2agent::UsageHints(target, mibsDir, access) << std::flush;
         }
         std::string where = agentx ? "as AgentX subagent of " + *agentx : "on " + listen;
-        snmp_log(LOG_NOTICE, "%s: serving %s %s\n", kAppName, modulePath.c_str(), where.c_str());
+        std::string switchText = interfaces ? "interfaces " + *interfaces : "scenario " + scenario.value_or("(default)");
+        lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": serving " + modulePath + " " + where + ", " + switchText);
         lldpv2agent::OperationsServices services(operations, !agentx);
-        while (!g_stop) agent_check_and_process(1);
-        snmp_log(LOG_NOTICE, "%s: stopping\n", kAppName);
+        while (!g_stop) {
+            loop.Sync();
+            sw.RunDue();
+            if (g_reload) {
+                g_reload = 0;
+                std::string why;
+                if (sw.Reload(&why)) {
+                    loop.clock().Rebase(lldpv2host::Now());
+                    lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": reloaded " + switchText);
+                } else {
+                    lldpv2agent::Log(LOG_ERR, std::string(kAppName) + ": reload refused, the running switch is kept: " + why);
+                }
+                continue;
+            }
+            loop.Rearm(sw.NextReplayMicros());
+            loop.RunOnce();
+        }
+        lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": stopping");
+        // Shutdown LLDPDUs go out before the sockets close.
+        loop.Sync();
+        sw.Shutdown();
     }
 
     // Unloading runs the module's destructor, which removes its trees: their

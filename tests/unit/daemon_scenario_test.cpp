@@ -40,9 +40,9 @@ TEST_F(DaemonScenario, DefaultScenarioDescribesTheStack) {
     EXPECT_EQ(Neighbours(1, 2).size(), 1u);
     EXPECT_EQ(Neighbours(50, 2).size(), 1u);
     EXPECT_EQ(Neighbours(60, 3).size(), 1u);
-    EXPECT_EQ(NeighbourCount(), 9u);
-    EXPECT_EQ(NodeStats(1).inserts, 7u);
-    EXPECT_EQ(NodeStats(2).inserts, 2u);
+    EXPECT_EQ(NeighbourCount(), 11u);
+    EXPECT_EQ(NodeStats(1).inserts, 8u);
+    EXPECT_EQ(NodeStats(2).inserts, 3u);
     // The raw LLDPDU neighbour came through the receive rules.
     const std::vector<NeighbourView> raw = Neighbours(101, 1);
     ASSERT_EQ(raw.size(), 1u);

@@ -8,8 +8,10 @@
 // (lldpv2host/scenario.h) and tools drive them through this interface.
 //
 // Time is a stack-wide clock in hundredths of a second (the unit of time
-// marks). It moves only when told to: AdvanceClock ages neighbours out and
-// counts the frames the agents transmit meanwhile.
+// marks). Whoever owns time moves it (SetClock / AdvanceClock): the agent's
+// event loop from the monotonic clock, tests with a fake clock. Everything
+// due on the way happens at its own time: neighbours age out, agents
+// transmit, simulated neighbours are received again (see "Real time" below).
 //
 // Neighbours enter only through Receive: the LLDPDU is validated with the
 // IEEE 802.1AB receive rules; its MSAP identifier (chassis id and port id)
@@ -145,12 +147,14 @@ std::vector<uint16_t> DaemonNodes();
 
 // Current time in hundredths of a second.
 uint32_t Now();
-// Moves the clock to t (ageing and transmission as for AdvanceClock when t
-// lies ahead; a clock set back ages nothing).
+// Moves the clock to t (as AdvanceClock when t lies ahead; a clock set back
+// does nothing else, and what is scheduled keeps its time). Setting the clock
+// to its current value does what is due now, e.g. the frame of a write.
 void SetClock(uint32_t t);
-// Moves the clock forward: neighbours whose TTL ran out are aged out, the
-// too-many-neighbours state ends when its time is over, and each agent that
-// transmits counts the frames of the txInterval periods that passed.
+// Moves the clock forward; on the way, at its own time each: neighbours whose
+// TTL ran out are aged out, the too-many-neighbours state ends, simulated
+// neighbours are received again, and the agents send their frames (regular,
+// fast start, after a local change, as credit allows).
 void AdvanceClock(uint32_t hundredths);
 
 // ---------------------------------------------------------------------------
@@ -276,6 +280,26 @@ size_t NeighbourCount();
 // clock) moves the clock with SetClock / AdvanceClock and asks NextDeadline
 // when the daemons next need it. A port whose Interface::operUp is false
 // neither sends nor receives; its neighbours age out by their TTL.
+//
+// In detail:
+// - A port's agents start when the daemons first see the port (its first
+//   frame at once, then every txInterval); an admin enable, a link that comes
+//   up, the node coming up and a new neighbour start fast transmission:
+//   txFastInit frames msgFastTx apart (the first at once), then txInterval.
+// - Each frame but a shutdown LLDPDU takes a credit; without one the frame
+//   waits for the next credit.
+// - A write that changes what an agent sends (TLV switches, management
+//   address, VLAN choices, the global configuration) gives a frame at the
+//   next clock move and restarts the timer; a changed txInterval always does.
+// - An agent that stops transmitting by admin status or ShutdownAll sends a
+//   shutdown LLDPDU if its link is up; after an admin stop it starts again no
+//   earlier than reinitDelay later. A link or node going down stops it
+//   without a frame. After ShutdownAll nothing transmits until ResetLldp or a
+//   scenario load.
+// - An LLDPDU larger than 1500 octets is sent without the TLVs that do not
+//   fit, and counted as a length error.
+// - Frames and counters are the same whether the clock moves in small steps
+//   or one long jump.
 
 // Group address of each agent: 1 nearest bridge 01-80-C2-00-00-0E,
 // 2 nearest non-TPMR bridge 01-80-C2-00-00-03, 3 nearest customer bridge

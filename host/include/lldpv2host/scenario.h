@@ -3,7 +3,8 @@
 // nodes, interfaces, the global LLDP configuration, the local system data,
 // each port's local data, agent configuration and DCBX admin data, and the
 // neighbours, given field by field or as the hex of a raw LLDPDU, each
-// received through the daemons' receive rules at a given time.
+// received through the daemons' receive rules at a given time. Neighbours age
+// out by their TTL as the clock runs, unless they are refreshed.
 //
 // Loading replaces the current switch and daemons. A scenario with a mistake
 // is refused whole, with "<file>:<line>: <what is wrong>", and leaves the
@@ -33,6 +34,14 @@
 //       name: ge-1/0/1
 //       valid: true              # also temporary, sub-interface, lldp-data,
 //                                # type-readable
+//       linux: eth0              # the Linux interface the port is (text, 1..15
+//                                # octets, no '/' or blank, once per scenario);
+//                                # none: a simulated port
+//       mac: "02:00:5e:10:01:01" # the port's MAC address (6 octets; default none)
+//       link: up                 # up or down (default up); a port that is down
+//                                # neither sends nor receives
+//       speed: 1000              # link speed in Mbit/s, 0..4294967295 (default
+//                                # 0, unknown)
 //       lldp:                    # LLDP port data (LLDP port types only)
 //         port-id: {subtype: interface-name, value: ge-1/0/1}
 //         description: "uplink"
@@ -66,6 +75,17 @@
 //     - port: 1                  # required: ifindex or interface name
 //       agent: nearest-bridge
 //       at: 0                    # clock at which the LLDPDU is received
+//       refresh: false           # true: received again every txInterval from
+//                                # 'at' on (the stack's txInterval at each
+//                                # reception), so it does not age out while
+//                                # the clock runs
+//       silent: {every: 600, for: 200}
+//                                # seconds: refreshed, but silent during the
+//                                # last 'for' seconds of every 'every' seconds
+//                                # counted from 'at' (every 2..86400, for
+//                                # 1..every-1); with a TTL below 'for' it ages
+//                                # out while silent and comes back as a new
+//                                # neighbour; implies refresh: true
 //       lldpdu: "020704..."      # the LLDPDU's TLVs in hex, or the fields:
 //       chassis-id: {subtype: local, value: ip-phone-7}   # required
 //       port-id: {subtype: interface-name, value: eth0}   # required

@@ -65,6 +65,7 @@ uint32_t LLDP_mor_SetTlvCfg(uint32_t ifIndex, uint32_t agent, uint32_t enable, c
         if (req.word3 == 3) group = kGroupDot3;
         if (group == 0) return LLDP_ERR_BAD_VALUE;
         a->tlvMask = (a->tlvMask & ~group) | (req.mask & group);
+        MarkLocalChange(ifIndex, agent);
         return 0;
     }
 
@@ -92,6 +93,7 @@ uint32_t LLDP_mor_SetTlvCfg(uint32_t ifIndex, uint32_t agent, uint32_t enable, c
         if (req.mask & (1u << LLDP_TLVBIT_VLAN_NAME)) a->vlanNameId = vid;
         if (req.mask & (1u << LLDP_TLVBIT_PROTO_VLAN)) a->protoVlanId = vid;
     }
+    MarkLocalChange(ifIndex, agent);
     return 0;
 }
 
@@ -113,6 +115,9 @@ uint32_t LLDP_mor_SetV2MibManAddrTlvCfg(uint32_t ifIndex, uint32_t agent, uint16
         return LLDP_ERR_BAD_VALUE;
     }
     const bool same = a->manAddrTx && key && a->manAddrTx->key == *key;
+    // Every operation but a confirm may change what the agent sends; the
+    // check at the next clock move finds out.
+    if (operation != LLDP_MANADDR_OP_CONFIRM) MarkLocalChange(ifIndex, agent);
     switch (operation) {
         case LLDP_MANADDR_OP_CREATE:
             if (!key) return LLDP_ERR_BAD_VALUE;

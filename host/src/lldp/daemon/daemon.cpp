@@ -19,6 +19,7 @@ struct Registry {
     // Every node that is up has its daemon in daemons; cleared by the
     // changes that may add an up node without one.
     bool upNodesHaveDaemons = false;
+    RealTime rt;
 };
 
 void OnSwitchEvent(const SwitchEvent &event);
@@ -44,6 +45,7 @@ void ReconcilePort(uint32_t ifIndex) {
         const bool keep = intf && intf->node == node && IsLldpPort(*intf) && intf->type == it->second.type;
         if (keep) continue;
         for (uint32_t agent = 1; agent <= 3; ++agent) ClearAgentNeighbours(*d, it->second, agent, false);
+        UnschedulePort(node, it->second);
         d->ports.erase(it);
     }
 }
@@ -58,19 +60,28 @@ void OnSwitchEvent(const SwitchEvent &event) {
             reg.config = LldpGlobalConfig{};
             reg.local = LocalSystemData{};
             reg.clock = 0;
+            ResetRealTime();
             break;
         case SwitchEvent::Kind::NodeRemoved:
-            reg.daemons.erase(event.node);
+            if (auto it = reg.daemons.find(event.node); it != reg.daemons.end()) {
+                for (auto &[ifIndex, port] : it->second->ports) UnschedulePort(event.node, port);
+                reg.daemons.erase(it);
+            }
             break;
         case SwitchEvent::Kind::NodeAdded:
+            reg.upNodesHaveDaemons = false;
+            break;
         case SwitchEvent::Kind::NodeUpChanged:
             reg.upNodesHaveDaemons = false;
+            MarkNodeChanged(event.node);
+            break;
+        case SwitchEvent::Kind::InterfaceAdded:
+            MarkPortChanged(event.ifIndex);
             break;
         case SwitchEvent::Kind::InterfaceChanged:
         case SwitchEvent::Kind::InterfaceRemoved:
             ReconcilePort(event.ifIndex);
-            break;
-        default:
+            MarkPortChanged(event.ifIndex);
             break;
     }
 }
@@ -104,6 +115,7 @@ void Assign(LldpGlobalConfig &cfg, uint32_t id, uint32_t value) {
 
 // Applies cfg to the stack and to the daemon of every node.
 void ApplyEverywhere(const LldpGlobalConfig &cfg) {
+    MarkConfigChange(cfg.txInterval != Reg().config.txInterval);
     Reg().config = cfg;
     for (Daemon *d : AllDaemons()) d->config = cfg;
 }
@@ -130,6 +142,8 @@ std::recursive_mutex &StateLock() { return Reg().lock; }
 LldpGlobalConfig &StackConfig() { return Reg().config; }
 LocalSystemData &LocalSystem() { return Reg().local; }
 uint32_t &Clock() { return Reg().clock; }
+RealTime &Rt() { return Reg().rt; }
+const std::map<uint16_t, std::shared_ptr<Daemon>> &DaemonMap() { return Reg().daemons; }
 
 Daemon *DaemonOf(uint16_t node) {
     Registry &reg = Reg();
@@ -193,6 +207,7 @@ PortState *PortOf(uint32_t ifIndex, Daemon **daemon) {
         port.type = intf->type;
         port.local = DefaultLocal(*intf);
         it = d->ports.emplace(ifIndex, std::move(port)).first;
+        MarkPortChanged(ifIndex);
     }
     if (daemon != nullptr) *daemon = d;
     return &it->second;
@@ -244,7 +259,12 @@ void ClearAgentNeighbours(Daemon &d, PortState &port, uint32_t agent, bool count
     AgentState &a = port.Agent(agent);
     std::vector<RemKey> keys;
     for (const auto &[msap, remIndex] : a.msap) keys.push_back(RemKey{port.ifIndex, agent, remIndex});
-    for (const RemKey &key : keys) EraseNeighbour(d, key);
+    for (const RemKey &key : keys) {
+        if (EventSinksActive()) {
+            if (const Neighbour *n = d.neighbours.Find(key)) EmitNeighbourEvent(LldpEvent::Kind::Deleted, *n);
+        }
+        EraseNeighbour(d, key);
+    }
     a.msap.clear();
     a.tooManySeen = false;
     if (count && !keys.empty()) {
@@ -297,6 +317,7 @@ void ResetLldp() {
     reg.config = LldpGlobalConfig{};
     reg.local = LocalSystemData{};
     reg.clock = 0;
+    ResetRealTime();
 }
 
 std::vector<uint16_t> DaemonNodes() {

@@ -1,11 +1,13 @@
 // Internal state of the LLDP daemons of the simulated switch: one Daemon per
 // member node, attached to the node in the switch model, plus the state the
-// whole stack shares (global configuration, local system data, the clock).
+// whole stack shares (global configuration, local system data, the clock,
+// the timer queue, sinks and simulated neighbours).
 // Everything is guarded by one lock, held by each client library call and
 // each control call for its whole run.
 #pragma once
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -68,7 +70,21 @@ struct AgentState {
     uint32_t nextRemIndex = 1;
     uint32_t tooManyUntil = 0;  // clock until which too many neighbours is reported
     bool tooManySeen = false;
-    uint32_t nextTx = 0;        // clock of the next regular transmission
+
+    // Transmission (transmit.cpp). Times are clocks in hundredths, 64 bits
+    // wide so that schedules past the end of the 32-bit clock do not wrap.
+    bool txOn = false;         // the transmit machine runs (admin, link, reinit delay allow it)
+    bool txDue = false;        // a frame waits to be sent (for a credit)
+    bool txPduValid = false;   // txPdu is what the agent sends now
+    bool txPduTooLong = false; // the LLDPDU did not fit a frame and was cut
+    uint8_t txFast = 0;        // fast-start frames still to come
+    uint8_t credit = 0;        // transmit credit
+    uint64_t creditAt = 0;     // clock of the next credit while below the maximum
+    uint64_t ttrAt = 0;        // next expiry of the transmit timer
+    uint64_t reinitUntil = 0;  // no restart before this clock after a disable
+    bool scheduled = false;    // wakeAt is in the timer queue
+    uint64_t wakeAt = 0;
+    std::vector<uint8_t> txPdu;  // the TLV stream the agent sends (End TLV included)
 };
 
 // Local data of one port: what its LLDPDUs carry besides the stack's system data.
@@ -104,6 +120,8 @@ struct PortState {
     DcbxAdmin dcbx;
     uint32_t neighbourLimit = kDefaultNeighbourLimit;
     std::array<AgentState, 3> agents;  // agent 1..3 at 0..2
+    bool started = false;  // the transmit side knows the port (link state followed since)
+    bool linkUp = false;   // link up and node up, as last seen
 
     AgentState &Agent(uint32_t agent) { return agents[agent - 1]; }
 };
@@ -195,9 +213,93 @@ void ClearAgentNeighbours(Daemon &d, PortState &port, uint32_t agent, bool count
 // The local LLDPDU of (port, agent) as data.
 lldp::Lldpdu LocalPdu(const Daemon &d, const PortState &port, uint32_t agent);
 
+// ---------------------------------------------------------------------------
+// Real time (transmit.cpp)
+
+// One entry of the stack's timer queue. Entries are ordered by time, then by
+// kind: at equal times simulated neighbours are received before agents
+// transmit (ageing, kept by each daemon, comes before both).
+struct Timer {
+    enum Kind : uint8_t { kSim = 0, kAgent = 1, kTooMany = 2 };
+    uint64_t at = 0;
+    uint8_t kind = kAgent;
+    uint16_t node = 0;
+    uint32_t id = 0;     // kAgent, kTooMany: ifIndex; kSim: the simulated neighbour
+    uint32_t agent = 0;
+    auto operator<=>(const Timer &) const = default;
+};
+
+// A scenario neighbour that the daemon receives again every txInterval.
+struct SimNeighbour {
+    uint32_t ifIndex = 0;
+    uint32_t agent = 0;
+    std::vector<uint8_t> lldpdu;
+    uint32_t at = 0;          // its first reception
+    uint64_t every = 0;       // hundredths; silent for the last silentFor of every
+    uint64_t silentFor = 0;   // 0: never silent
+};
+
+// State of the stack's real-time behaviour that outlives the daemons.
+struct RealTime {
+    std::set<Timer> timers;
+    std::vector<SimNeighbour> sims;
+    std::set<std::pair<uint32_t, uint32_t>> simAgents;  // (ifIndex, agent) with simulated neighbours
+    std::vector<std::pair<uint64_t, FrameSink>> frameSinks;  // survive resets
+    std::vector<std::pair<uint64_t, EventSink>> eventSinks;
+    uint64_t nextSinkId = 1;
+    bool scanPorts = true;                 // find every LLDP port of the model
+    std::set<uint32_t> portsChanged;       // ports whose link state or existence changed
+    std::set<uint16_t> nodesChanged;       // nodes whose up state changed
+    std::set<std::pair<uint32_t, uint32_t>> localChanged;  // (ifIndex, agent 0 = all) written to
+    uint64_t configGen = 0;                // bumped by writes that concern every agent
+    uint64_t sweptGen = 0;                 // configGen the agents were last checked against
+    bool intervalChanged = false;          // txInterval changed since the last sweep
+    bool stopped = false;                  // ShutdownAll: nothing transmits any more
+};
+RealTime &Rt();
+// Forgets timers, simulated neighbours and pending work; sinks stay.
+void ResetRealTime();
+// Every daemon by node.
+const std::map<uint16_t, std::shared_ptr<Daemon>> &DaemonMap();
+
+// What the agent sends may have changed: checked at the next clock move.
+void MarkLocalChange(uint32_t ifIndex, uint32_t agent);
+// The global configuration or the stack's local data changed.
+void MarkConfigChange(bool intervalChanged);
+// The port's link or existence may have changed (switch observer).
+void MarkPortChanged(uint32_t ifIndex);
+void MarkNodeChanged(uint16_t node);
+// Takes the port's timers out of the queue before its state goes.
+void UnschedulePort(uint16_t node, PortState &port);
+// Brings the transmit side up to date with the model and the writes.
+void SyncPending();
+// Starts the port's transmit side if it has not been yet; the port's link state.
+bool PortLinkUp(Daemon &d, PortState &port);
+// Admin status of the agent changed.
+void AdminChanged(Daemon &d, PortState &port, uint32_t agent);
+// A new neighbour was inserted on the agent: fast start.
+void NewNeighbour(Daemon &d, PortState &port, uint32_t agent);
+// Too many neighbours ends at until: a wakeup for whoever watches it.
+void ScheduleTooManyEnd(uint16_t node, uint32_t ifIndex, uint32_t agent, uint32_t until);
+// Registers a simulated neighbour received first at s.at.
+void AddSimNeighbour(SimNeighbour s);
+
+// Events.
+bool EventSinksActive();
+void EmitEvent(const LldpEvent &event);
+// An event about a neighbour of known identity.
+void EmitNeighbourEvent(LldpEvent::Kind kind, uint32_t ifIndex, uint32_t agent, uint32_t remIndex,
+                        uint8_t chassisSubtype, const std::vector<uint8_t> &chassisId, uint8_t portSubtype,
+                        const std::vector<uint8_t> &portId);
+void EmitNeighbourEvent(LldpEvent::Kind kind, const Neighbour &n);
+// An identifier as text: a MAC address as aa:bb:.., a network address as
+// its IP address, printable text as itself, anything else as hex.
+std::string ReadableId(bool chassis, uint8_t subtype, const std::vector<uint8_t> &id);
+
 // Receive rules for one LLDPDU on (ifIndex, agent).
 ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agent, const uint8_t *data, size_t len);
-// Moves the clock, ageing and counting transmissions when it goes forward.
+// Moves the clock: when it goes forward, everything due on the way (ageing,
+// simulated neighbours, transmissions) happens at its own time.
 void MoveClock(uint32_t to);
 // Sets the admin status (daemon value); an agent that stops receiving forgets
 // its neighbours. 0, LLDP_ERR_NO_ENTRY or LLDP_ERR_BAD_VALUE.

@@ -1,6 +1,6 @@
 // The receive side of the daemons (IEEE 802.1AB receive rules, MSAP
-// identity, too many neighbours), the clock with ageing and transmission
-// counting, and the per-agent control calls of lldpv2host/lldp.h.
+// identity, too many neighbours, the events they give), the clock calls and
+// the per-agent control calls of lldpv2host/lldp.h.
 #include <algorithm>
 #include <cstring>
 #include <span>
@@ -146,38 +146,27 @@ uint32_t AllocRemIndex(const Daemon &d, uint32_t ifIndex, uint32_t agentNo, Agen
     }
 }
 
-// Ages out every neighbour whose information expired at or before now.
-void AgeOut(Daemon &d, uint32_t now) {
-    while (!d.ageing.empty() && d.ageing.begin()->first <= now) {
-        const auto [expiry, key] = *d.ageing.begin();
-        auto port = d.ports.find(key.ifIndex);
-        if (port != d.ports.end()) port->second.Agent(key.agent).counters.ageouts++;
-        d.stats.ageouts++;
-        d.stats.lastChangeTime = expiry;
-        EraseNeighbour(d, key);
+// Why the receive rules discarded a frame, for the event.
+const char *DiscardText(lldp::DiscardReason reason) {
+    switch (reason) {
+        case lldp::DiscardReason::kMissingChassisId: return "missing chassis id TLV";
+        case lldp::DiscardReason::kMissingPortId: return "missing port id TLV or TLVs out of order";
+        case lldp::DiscardReason::kMissingTtl: return "missing TTL TLV or TLVs out of order";
+        case lldp::DiscardReason::kBadChassisId: return "bad TLV length (chassis id)";
+        case lldp::DiscardReason::kBadPortId: return "bad TLV length (port id)";
+        case lldp::DiscardReason::kBadTtl: return "bad TLV length (TTL)";
+        case lldp::DiscardReason::kTruncatedMandatory: return "truncated";
+        case lldp::DiscardReason::kDuplicateMandatory: return "duplicate chassis id, port id or TTL TLV";
+        case lldp::DiscardReason::kNone: break;
     }
+    return "discarded";
 }
 
-bool Transmits(const AgentState &a) { return a.adminStatus == kAdminTxOnly || a.adminStatus == kAdminTxRx; }
-
-// Counts the regular transmissions of every transmitting agent of d between
-// the old clock and now, with length errors for LLDPDUs beyond the largest
-// LLDPDU a frame carries.
-void Transmit(Daemon &d, uint32_t now) {
-    const uint32_t period = std::max<uint32_t>(1, d.config.txInterval) * 100u;
-    for (auto &[ifIndex, port] : d.ports) {
-        for (uint32_t agentNo = 1; agentNo <= 3; ++agentNo) {
-            if (!AgentAllowed(port.type, agentNo)) continue;
-            AgentState &a = port.Agent(agentNo);
-            if (!Transmits(a)) continue;
-            if (a.nextTx > now) continue;
-            const uint32_t frames = (now - a.nextTx) / period + 1;
-            a.nextTx += frames * period;
-            const size_t size = lldp::EncodeLldpdu(LocalPdu(d, port, agentNo)).size();
-            a.counters.framesOut += frames;
-            if (size > 1500) a.counters.lengthErrors += frames;
-        }
-    }
+void EmitPduEvent(LldpEvent::Kind kind, uint32_t ifIndex, uint32_t agent, uint32_t remIndex,
+                  const lldp::Lldpdu &pdu) {
+    if (!EventSinksActive()) return;
+    EmitNeighbourEvent(kind, ifIndex, agent, remIndex, pdu.chassisIdSubtype, pdu.chassisId, pdu.portIdSubtype,
+                       pdu.portId);
 }
 
 }  // namespace
@@ -189,7 +178,7 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
     AgentState *agent = AgentOf(ifIndex, agentNo, &port, &d);
     if (agent == nullptr) return result;
     result.outcome = ReceiveOutcome::Ignored;
-    if (!NodeUp(d->node)) return result;
+    if (!NodeUp(d->node) || !PortLinkUp(*d, *port)) return result;
     if (agent->adminStatus != kAdminRxOnly && agent->adminStatus != kAdminTxRx) return result;
 
     lldp::DecodeResult decoded = lldp::DecodeLldpdu(data, len);
@@ -197,6 +186,15 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
         agent->counters.framesDiscarded++;
         agent->counters.framesInError++;
         result.outcome = ReceiveOutcome::Discarded;
+        if (EventSinksActive()) {
+            LldpEvent e;
+            e.kind = LldpEvent::Kind::Discarded;
+            e.time = Clock();
+            e.ifIndex = ifIndex;
+            e.agent = agentNo;
+            e.reason = DiscardText(decoded.reason);
+            EmitEvent(e);
+        }
         return result;
     }
     agent->counters.framesIn++;
@@ -218,6 +216,7 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
         d->stats.deletes++;
         d->stats.lastChangeTime = now;
         result.outcome = ReceiveOutcome::Deleted;
+        EmitPduEvent(LldpEvent::Kind::Deleted, ifIndex, agentNo, result.remIndex, pdu);
         return result;
     }
 
@@ -254,6 +253,7 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
         d->index.Insert(n);
         d->stats.lastChangeTime = now;
         result.outcome = ReceiveOutcome::Updated;
+        EmitPduEvent(LldpEvent::Kind::Updated, ifIndex, agentNo, result.remIndex, pdu);
         return result;
     }
 
@@ -263,7 +263,9 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
         agent->tooManySeen = true;
         agent->counters.framesDiscarded++;
         d->stats.drops++;
+        ScheduleTooManyEnd(d->node, ifIndex, agentNo, agent->tooManyUntil);
         result.outcome = ReceiveOutcome::Dropped;
+        EmitPduEvent(LldpEvent::Kind::Dropped, ifIndex, agentNo, 0, pdu);
         return result;
     }
 
@@ -280,6 +282,8 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
     d->stats.lastChangeTime = now;
     result.remIndex = raw->key.remIndex;
     result.outcome = ReceiveOutcome::Inserted;
+    EmitPduEvent(LldpEvent::Kind::Inserted, ifIndex, agentNo, result.remIndex, pdu);
+    NewNeighbour(*d, *port, agentNo);
     return result;
 }
 
@@ -291,29 +295,10 @@ uint32_t ApplyAdminStatus(uint32_t ifIndex, uint32_t agentNo, uint8_t value) {
     if (a == nullptr) return LLDP_ERR_NO_ENTRY;
     const bool received = a->adminStatus == kAdminRxOnly || a->adminStatus == kAdminTxRx;
     const bool receives = value == kAdminRxOnly || value == kAdminTxRx;
-    const bool transmitted = Transmits(*a);
     a->adminStatus = value;
     if (received && !receives) ClearAgentNeighbours(*d, *port, agentNo, true);
-    if (!transmitted && Transmits(*a)) a->nextTx = Clock();
+    AdminChanged(*d, *port, agentNo);
     return 0;
-}
-
-void MoveClock(uint32_t to) {
-    uint32_t &clock = Clock();
-    if (to < clock) {
-        clock = to;
-        return;
-    }
-    clock = to;
-    for (Daemon *d : AllDaemons()) {
-        AgeOut(*d, to);
-        if (!NodeUp(d->node)) continue;
-        // Every LLDP port of the node transmits, also one no query touched yet.
-        for (const Interface &intf : InterfacesOfNode(d->node)) {
-            if (IsLldpPort(intf)) PortOf(intf.ifIndex);
-        }
-        Transmit(*d, to);
-    }
 }
 
 }  // namespace lldpv2host::daemon
@@ -339,6 +324,7 @@ const char *ReceiveOutcomeName(ReceiveOutcome outcome) {
 
 ReceiveResult Receive(uint32_t ifIndex, uint32_t agent, const std::vector<uint8_t> &lldpdu) {
     std::lock_guard<std::recursive_mutex> guard(StateLock());
+    SyncPending();
     return ReceiveFrame(ifIndex, agent, lldpdu.data(), lldpdu.size());
 }
 
@@ -398,6 +384,7 @@ uint32_t SetTlvTxMask(uint32_t ifIndex, uint32_t agentNo, uint32_t mask) {
     if (a == nullptr) return LLDP_ERR_NO_ENTRY;
     if ((mask & ~kKnownTlvBits) != 0) return LLDP_ERR_BAD_VALUE;
     a->tlvMask = mask;
+    MarkLocalChange(ifIndex, agentNo);
     return 0;
 }
 

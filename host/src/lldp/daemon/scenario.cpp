@@ -386,6 +386,9 @@ struct NeighbourPlan {
     uint32_t ifIndex = 0;
     uint32_t agent = 1;
     uint32_t at = 0;
+    bool refresh = false;      // received again every txInterval
+    uint32_t silentEvery = 0;  // seconds; 0: never silent
+    uint32_t silentFor = 0;
     std::vector<uint8_t> lldpdu;
     std::string where;  // file:line for an error found on applying
 };
@@ -622,9 +625,10 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
     r.Seq(n, "interfaces");
     std::set<uint32_t> seen;
     std::set<std::string> names;
+    std::set<std::string> linuxNames;
     for (const auto &i : n) {
         r.Keys(i, "interface", {"ifindex", "name", "node", "type", "valid", "temporary", "sub-interface", "lldp-data",
-                                "type-readable", "lldp"});
+                                "type-readable", "linux", "mac", "link", "speed", "lldp"});
         for (const char *k : {"ifindex", "node", "type"}) {
             if (!i[k]) r.Fail(i, std::string("interface: '") + k + "' is required");
         }
@@ -644,6 +648,27 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
         if (i["sub-interface"]) intf.subInterface = r.Bool(i["sub-interface"], "sub-interface");
         if (i["lldp-data"]) intf.lldpData = static_cast<uint32_t>(r.UInt(i["lldp-data"], "lldp-data", 0, UINT32_MAX));
         if (i["type-readable"]) intf.typeReadable = r.Bool(i["type-readable"], "type-readable");
+        if (i["linux"]) {
+            intf.linuxName = r.Str(i["linux"], "linux");
+            // IFNAMSIZ - 1 octets, no '/' or white space.
+            if (intf.linuxName.empty() || intf.linuxName.size() > 15 ||
+                intf.linuxName.find_first_of("/ \t") != std::string::npos) {
+                r.Fail(i["linux"], "linux: '" + intf.linuxName + "' is not a Linux interface name");
+            }
+            if (!linuxNames.insert(intf.linuxName).second) {
+                r.Fail(i["linux"], "linux: interface " + intf.linuxName + " given twice");
+            }
+        }
+        if (i["mac"]) {
+            const std::vector<uint8_t> mac = r.Mac(i["mac"], "mac");
+            std::copy(mac.begin(), mac.end(), intf.mac.begin());
+        }
+        if (i["link"]) {
+            const std::string link = r.Str(i["link"], "link");
+            if (link != "up" && link != "down") r.Fail(i["link"], "link: '" + link + "' is not up or down");
+            intf.operUp = link == "up";
+        }
+        if (i["speed"]) intf.speedMbps = static_cast<uint32_t>(r.UInt(i["speed"], "speed", 0, UINT32_MAX));
         plan.interfaces.push_back(intf);
         if (i["lldp"]) {
             if (!IsLldpPort(intf)) r.Fail(i["lldp"], "lldp: interface " + intf.name + " is not an LLDP port");
@@ -656,7 +681,8 @@ std::vector<uint8_t> ReadNeighbourPdu(const Reader &r, const YAML::Node &n) {
     if (n["lldpdu"]) {
         for (const auto &kv : n) {
             const std::string key = kv.first.as<std::string>();
-            if (key != "lldpdu" && key != "port" && key != "agent" && key != "at") {
+            if (key != "lldpdu" && key != "port" && key != "agent" && key != "at" && key != "refresh" &&
+                key != "silent") {
                 r.Fail(kv.first, "neighbour: '" + key + "' cannot be combined with 'lldpdu'");
             }
         }
@@ -751,7 +777,7 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
     }
     for (const auto &nb : n) {
         r.Keys(nb, "neighbour",
-               {"port", "agent", "at", "lldpdu", "chassis-id", "port-id", "ttl", "port-description", "system-name",
+               {"port", "agent", "at", "refresh", "silent", "lldpdu", "chassis-id", "port-id", "ttl", "port-description", "system-name",
                 "system-description", "capabilities", "management-addresses", "port-vlan", "proto-vlans",
                 "vlan-names", "protocol-ids", "vid-usage-digest", "management-vid", "link-aggregation", "mac-phy",
                 "power", "max-frame-size", "ets", "ets-recommendation", "pfc", "applications", "unknown-tlvs",
@@ -768,6 +794,7 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
         }
         if (intf == nullptr) r.Fail(nb["port"], "port: no interface '" + port + "'");
         if (!IsLldpPort(*intf)) r.Fail(nb["port"], "port: " + intf->name + " is not an LLDP port");
+        if (!intf->operUp) r.Fail(nb["port"], "port: " + intf->name + " is down (link: down) and receives nothing");
         np.ifIndex = intf->ifIndex;
         np.agent = nb["agent"] ? ReadAgentNo(r, nb["agent"]) : FirstAgentOf(intf->type);
         if (!AgentAllowed(intf->type, np.agent)) {
@@ -778,6 +805,16 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
                                    " does not receive (admin status)");
         }
         np.at = nb["at"] ? static_cast<uint32_t>(r.UInt(nb["at"], "at", 0, UINT32_MAX)) : 0;
+        if (nb["refresh"]) np.refresh = r.Bool(nb["refresh"], "refresh");
+        if (nb["silent"]) {
+            const YAML::Node &sn = nb["silent"];
+            r.Keys(sn, "silent", {"every", "for"});
+            if (!sn["every"] || !sn["for"]) r.Fail(sn, "silent: 'every' and 'for' are required");
+            np.silentEvery = static_cast<uint32_t>(r.UInt(sn["every"], "silent every", 2, 86400));
+            np.silentFor = static_cast<uint32_t>(r.UInt(sn["for"], "silent for", 1, np.silentEvery - 1));
+            if (nb["refresh"] && !np.refresh) r.Fail(nb["refresh"], "refresh: a silent neighbour is refreshed");
+            np.refresh = true;
+        }
         np.lldpdu = ReadNeighbourPdu(r, nb);
         np.where = file + ":" + std::to_string(nb.Mark().line + 1);
         plan.neighbours.push_back(std::move(np));
@@ -845,6 +882,16 @@ std::string Apply(const Plan &plan) {
             res.outcome == ReceiveOutcome::Ignored) {
             return np->where + ": neighbour not received (" + ReceiveOutcomeName(res.outcome) +
                    "): is the agent's admin status receiving?";
+        }
+        if (np->refresh) {
+            SimNeighbour sim;
+            sim.ifIndex = np->ifIndex;
+            sim.agent = np->agent;
+            sim.lldpdu = np->lldpdu;
+            sim.at = np->at;
+            sim.every = uint64_t{np->silentEvery} * 100;
+            sim.silentFor = uint64_t{np->silentFor} * 100;
+            AddSimNeighbour(std::move(sim));
         }
     }
     if (plan.clock && *plan.clock > Clock()) MoveClock(*plan.clock);

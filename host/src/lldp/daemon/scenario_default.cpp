@@ -6,7 +6,9 @@ namespace lldpv2host {
 
 const char *DefaultScenarioText() {
     return R"yaml(# The default scenario: a two-node stack with ports of several type classes,
-# all three LLDP agents in use and a varied set of neighbours.
+# all three LLDP agents in use and a varied set of neighbours. The neighbours
+# are refreshed every txInterval and stay, except one that comes and goes and
+# one that ages out, so that ageing can be watched.
 system:
   chassis-id: {subtype: mac-address, value: "02:00:5e:10:00:01"}
   name: stack-sw-1
@@ -143,6 +145,7 @@ neighbours:
   - port: ge-1/0/1
     agent: nearest-bridge
     at: 100
+    refresh: true
     chassis-id: {subtype: mac-address, value: "02:00:5e:20:00:01"}
     port-id: {subtype: interface-name, value: "Eth1/17"}
     ttl: 120
@@ -171,6 +174,7 @@ neighbours:
   - port: ge-1/0/1
     agent: nearest-non-tpmr-bridge
     at: 100
+    refresh: true
     chassis-id: {subtype: mac-address, value: "02:00:5e:20:00:01"}
     port-id: {subtype: interface-name, value: "Eth1/17"}
     system-name: core-sw-2
@@ -178,6 +182,7 @@ neighbours:
   # An IP phone powered over the cable.
   - port: ge-1/0/2
     at: 200
+    refresh: true
     chassis-id: {subtype: network-address, value: 192.0.2.77}
     port-id: {subtype: mac-address, value: "02:00:5e:30:00:07"}
     ttl: 180
@@ -194,6 +199,7 @@ neighbours:
   # organizationally specific TLVs of its maker.
   - port: ge-1/0/3
     at: 300
+    refresh: true
     chassis-id: {subtype: local, value: storage-srv-2}
     port-id: {subtype: mac-address, value: "02:00:5e:40:00:02"}
     system-name: storage-srv-2
@@ -213,12 +219,14 @@ neighbours:
   - port: agg-1
     agent: nearest-non-tpmr-bridge
     at: 300
+    refresh: true
     chassis-id: {subtype: local, value: storage-srv-2}
     port-id: {subtype: interface-name, value: bond0}
     system-name: storage-srv-2
   # A DCBX storage target that is willing to take the switch's settings.
   - port: xe-1/0/1
     at: 400
+    refresh: true
     chassis-id: {subtype: mac-address, value: "02:00:5e:50:00:03"}
     port-id: {subtype: interface-name, value: "p1p1"}
     system-name: storage-srv-3
@@ -235,6 +243,7 @@ neighbours:
   - port: cnp-1
     agent: nearest-customer-bridge
     at: 500
+    refresh: true
     chassis-id: {subtype: mac-address, value: "02:00:5e:60:00:01"}
     port-id: {subtype: local, value: "uni-12"}
     system-name: provider-edge-1
@@ -242,13 +251,33 @@ neighbours:
   # Node 2: a neighbour given as the raw LLDPDU (edge-sw-4, port VLAN 20).
   - port: ge-2/0/1
     at: 600
+    refresh: true
     lldpdu: "02070402005e0053040406056769302f3106020078080f75706c696e6b20746f20737461636b0a09656467652d73772d340e0400140004fe060080c20100140000"
   - port: xe-2/0/1
     at: 700
+    refresh: true
     chassis-id: {subtype: mac-address, value: "02:00:5e:70:00:09"}
     port-id: {subtype: interface-name, value: "eth2"}
     system-name: storage-srv-9
     pfc: {willing: false, mbc: false, cap: 8, enabled: [3]}
+  # A wireless access point that reboots every ten minutes: silent for five,
+  # it ages out two minutes into the silence and comes back as a new neighbour.
+  - port: mgmt-1
+    at: 800
+    silent: {every: 600, for: 300}
+    chassis-id: {subtype: mac-address, value: "02:00:5e:80:00:01"}
+    port-id: {subtype: interface-name, value: "wlan-uplink"}
+    ttl: 120
+    system-name: access-point-1
+    capabilities: {supported: [wlan-access-point, router], enabled: [wlan-access-point]}
+  # A test set that was unplugged: no longer refreshed, it ages out 120 s
+  # after it was last heard.
+  - port: stack-2
+    at: 900
+    chassis-id: {subtype: local, value: test-set-5}
+    port-id: {subtype: local, value: "port-a"}
+    ttl: 120
+    system-name: test-set-5
 )yaml";
 }
 

@@ -4,12 +4,15 @@
 #include <net-snmp/net-snmp-includes.h>
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <fstream>
 #include <sstream>
 
+#include "agent_log.h"
 #include "lldpv2host/switch.h"
 
 namespace lldpv2agent {
@@ -179,7 +182,10 @@ std::string TrapConfigText(const TrapTargets &t) {
 bool WriteTrapConfig(const std::string &dir, const std::string &appName, const TrapTargets &targets,
                      std::string &error) {
     const std::string file = dir + "/" + appName + ".local.conf";
+    // Pass phrases may be in it.
+    const mode_t old = umask(077);
     std::ofstream out(file);
+    umask(old);
     out << TrapConfigText(targets);
     out.close();
     if (!out) {
@@ -252,11 +258,14 @@ void Notifier::Fire() {
         Arm(*wait);
         return;
     }
-    netsnmp_variable_list *vars = RemTablesChangeVarbinds(CurrentRemTablesCounts());
+    const RemTablesCounts c = CurrentRemTablesCounts();
+    netsnmp_variable_list *vars = RemTablesChangeVarbinds(c);
     send_v2trap(vars);
     snmp_free_varbind(vars);
     ++sent_;
-    DEBUGMSGTL(("lldpv2-agent", "lldpV2RemTablesChange sent\n"));
+    Log(LOG_INFO, "lldpV2RemTablesChange sent: inserts " + std::to_string(c.inserts) + ", deletes " +
+                      std::to_string(c.deletes) + ", drops " + std::to_string(c.drops) + ", ageouts " +
+                      std::to_string(c.ageouts));
 }
 
 }  // namespace lldpv2agent

@@ -22,7 +22,7 @@ DEB_BUILD_PACKAGES := debhelper devscripts lintian fakeroot dpkg-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps deb-deps build build-san test san-test run install deb clean regen-mibtrees bench bench-snmp
+.PHONY: all deps deb-deps build build-san test san-test run install deb clean regen-mibtrees bench bench-snmp bench-ctl
 
 all: build
 
@@ -45,7 +45,7 @@ $(SAN_BUILD)/CMakeCache.txt:
 	  -DLLDPV2_BUILD_BENCH=OFF -DLLDPV2_MIBS_DIR=$(MIBS)
 
 build-san: deps $(SAN_BUILD)/CMakeCache.txt
-	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host
+	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host ctl_unit_tests
 
 # Every test of the normal build, then the unit tests again under
 # AddressSanitizer and UndefinedBehaviorSanitizer.
@@ -97,6 +97,10 @@ regen-mibtrees: deps $(BUILD)/CMakeCache.txt
 # snmpbulkwalk of the whole LLDP-V2-MIB on a generated large scenario.
 bench-snmp: build
 	bench/snmp_bench.sh --build $(BUILD)
+
+# lldpv2ctl neighbors on 1,000 neighbours, against a plain snmpbulkwalk.
+bench-ctl: build
+	bench/ctl_bench.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD) dist/deb

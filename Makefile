@@ -22,7 +22,7 @@ DEB_BUILD_PACKAGES := debhelper devscripts lintian fakeroot dpkg-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps deb-deps build build-san test san-test run install deb clean regen-mibtrees bench bench-snmp bench-ctl
+.PHONY: all deps deb-deps build build-san test san-test run run-live install deb clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
 
 all: build
 
@@ -87,8 +87,19 @@ deb: deb-deps
 	rm -rf dist/deb && mkdir -p dist/deb && cp "$$stage"/*.deb "$$stage"/*.changes "$$stage"/*.buildinfo dist/deb/
 	lintian --fail-on error $$(ls dist/deb/lldpv2mib_*.deb)
 
+# LLDP on real interfaces, as root: make run-live IF=eth0 (or IF=eth0,eth1,
+# or IF=all). The agent sends LLDP frames on them: only interfaces you own.
+IF ?=
+run-live: build
+	@if [ -z "$(IF)" ]; then \
+	  echo "usage: make run-live IF=eth0[,eth1...|all]  (LLDP frames are sent on these interfaces: only ones you own)"; \
+	  exit 2; \
+	fi
+	$(SUDO) $(BUILD)/agent/lldpv2-agent --interfaces $(IF) -v --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
+
 bench: build
 	$(BUILD)/bench/module_bench
+	$(BUILD)/bench/daemon_bench
 
 # Rewrites module/mibtrees from the MIB modules.
 regen-mibtrees: deps $(BUILD)/CMakeCache.txt
@@ -101,6 +112,10 @@ bench-snmp: build
 # lldpv2ctl neighbors on 1,000 neighbours, against a plain snmpbulkwalk.
 bench-ctl: build
 	bench/ctl_bench.sh --build $(BUILD)
+
+# CPU use of the idle agent with 100 refreshed neighbours (60 s).
+bench-idle: build
+	bench/idle_cpu.sh --build $(BUILD)
 
 clean:
 	rm -rf $(BUILD) $(SAN_BUILD) dist/deb

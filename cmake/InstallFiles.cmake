@@ -14,6 +14,10 @@ endif()
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/host/scenarios/ DESTINATION ${LLDPV2_DATADIR}/scenarios
         FILES_MATCHING PATTERN "*.yaml")
 
+if(TARGET lldpv2ctl)
+  install(TARGETS lldpv2ctl RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
 install(FILES ${CMAKE_SOURCE_DIR}/doc/lldpv2-agent.8 DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
 if(TARGET lldpv2ctl)
   install(FILES ${CMAKE_SOURCE_DIR}/doc/lldpv2ctl.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -291,7 +291,8 @@ public:
     void OnReadable(int fd);
 
     // Monotonic time of the next replayed frame; nullopt when none is left.
-    std::optional<uint64_t> NextReplayMicros() const;
+    // Replays run at their pace from the first call of this or RunDue.
+    std::optional<uint64_t> NextReplayMicros();
     // Replays the frames whose time has come.
     void RunDue();
 

@@ -107,7 +107,9 @@ bool LoadScenarioFile(const std::string &path, std::string *error);
 // name stands for the file in error messages.
 bool LoadScenarioText(const std::string &text, std::string *error, const std::string &name = "<scenario>");
 // The compiled-in default scenario: a two-node stack with ports of several
-// type classes, all three agents and varied neighbours.
+// type classes, all three agents and varied neighbours, refreshed so that
+// they stay, but for one that goes silent and comes back every ten minutes
+// and one that ages out two minutes after loading.
 bool LoadDefaultScenario(std::string *error = nullptr);
 const char *DefaultScenarioText();
 

@@ -132,7 +132,9 @@ std::optional<std::vector<uint8_t>> PacketSocket::Receive(int *err) {
                                    reinterpret_cast<sockaddr *>(&from), &fromLen);
         if (n < 0) {
             if (errno == EINTR) continue;
-            if (errno != EAGAIN && errno != EWOULDBLOCK && err) *err = errno;
+            // A link that went down reports it once on the socket; the
+            // link state itself comes from netlink.
+            if (errno != EAGAIN && errno != EWOULDBLOCK && errno != ENETDOWN && err) *err = errno;
             return std::nullopt;
         }
         // What the host itself sends comes back on a packet socket.

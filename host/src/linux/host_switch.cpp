@@ -195,11 +195,17 @@ std::string HostScenarioText(const HostInfo &host, const std::vector<LinkInfo> &
         y << "    lldp:\n";
         y << "      port-id: {subtype: interface-name, value: " << Quote(l.name) << "}\n";
         y << "      description: " << Quote(l.name) << "\n";
+        // A host speaks to its nearest bridge; it listens on the other two
+        // group addresses but sends nothing there (01-80-C2-00-00-00 is
+        // also the bridges' spanning tree address).
+        y << "      agents:\n";
+        y << "        - agent: nearest-bridge\n";
+        y << "          admin-status: tx-and-rx\n";
         if (!addrs.empty()) {
-            y << "      agents:\n";
-            y << "        - agent: nearest-bridge\n";
             y << "          management-address: {address: \"" << AddressText(addrs.front()) << "\", transmit: true}\n";
         }
+        y << "        - {agent: nearest-non-tpmr-bridge, admin-status: rx-only}\n";
+        y << "        - {agent: nearest-customer-bridge, admin-status: rx-only}\n";
     }
     return y.str();
 }

@@ -80,7 +80,7 @@ struct LiveSwitch::State {
         bool receiveErrorLogged = false;
     };
     struct Replay {
-        uint64_t at = 0;  // monotonic microseconds
+        uint64_t at = 0;  // microseconds after the start of the replay
         uint32_t ifIndex = 0;
         std::vector<uint8_t> frame;
     };
@@ -93,10 +93,17 @@ struct LiveSwitch::State {
     std::map<std::string, LinkInfo> links;        // the kernel's links by name
     std::unique_ptr<NetlinkMonitor> netlink;
     std::unique_ptr<PcapWriter> pcapOut;
+    // By offset from the start of the replay, which is the first time the
+    // loop asks for it (the agent is serving by then).
     std::multimap<uint64_t, Replay> replays;
+    std::optional<uint64_t> replayStart;
     uint64_t frameSink = 0;
     uint64_t eventSink = 0;
     bool started = false;
+    // While a switch loads, its Linux ports have no sockets yet: their first
+    // frames wait here until the sockets are open.
+    bool holding = false;
+    std::vector<std::pair<uint32_t, std::vector<uint8_t>>> held;
 
     void Log(Level level, const std::string &text) const {
         if (hooks.log) hooks.log(level, text);
@@ -241,7 +248,24 @@ struct LiveSwitch::State {
         return ok;
     }
 
+    void AddSinks() {
+        if (frameSink == 0) frameSink = AddFrameSink([this](const TxFrame &f) { OnFrame(f); });
+        if (eventSink == 0) eventSink = AddEventSink([this](const LldpEvent &e) { Log(Level::Info, Describe(e)); });
+    }
+
+    // Sends what was held while loading, now that the sockets are open.
+    void SendHeld() {
+        holding = false;
+        for (const auto &[ifIndex, frame] : held) {
+            auto port = ports.find(ifIndex);
+            if (port != ports.end() && port->second.socket) port->second.socket->Send(frame);
+        }
+        held.clear();
+    }
+
     void CloseAll() {
+        holding = false;
+        held.clear();
         if (frameSink != 0) RemoveFrameSink(frameSink);
         if (eventSink != 0) RemoveEventSink(eventSink);
         frameSink = eventSink = 0;
@@ -252,6 +276,7 @@ struct LiveSwitch::State {
         }
         pcapOut.reset();
         replays.clear();
+        replayStart.reset();
         started = false;
     }
 
@@ -271,6 +296,10 @@ struct LiveSwitch::State {
                     linksChanged = true;
                     if (selection && !FindInterface(e.link.ifIndex) && selection->Wants(e.link)) {
                         AddInterface(InterfaceOfLink(e.link));
+                        // As in the host's scenario: sent to the nearest
+                        // bridge only, received from all three.
+                        SetAdminStatus(e.link.ifIndex, 2, AdminStatus::RxOnly);
+                        SetAdminStatus(e.link.ifIndex, 3, AdminStatus::RxOnly);
                         Log(Level::Notice, "interface " + e.link.name + " appeared: port " +
                                                std::to_string(e.link.ifIndex));
                     }
@@ -324,6 +353,9 @@ struct LiveSwitch::State {
             source = DerivedPortMac(f.lldpdu, f.len, f.ifIndex);
         }
         const std::vector<uint8_t> frame = BuildFrame(group, source, f.lldpdu, f.len);
+        if (holding && port == ports.end() && held.size() < 1024) {
+            if (auto intf = FindInterface(f.ifIndex); intf && !intf->linuxName.empty()) held.emplace_back(f.ifIndex, frame);
+        }
         if (port != ports.end() && port->second.socket) {
             const int err = port->second.socket->Send(frame);
             if (err != 0 && !port->second.sendErrorLogged) {
@@ -340,7 +372,6 @@ struct LiveSwitch::State {
     // -- captures
 
     bool LoadReplays(std::string *error) {
-        const uint64_t start = Micros();
         for (const PcapInput &in : options.pcapIn) {
             uint32_t ifIndex = 0;
             const std::vector<Interface> all = Interfaces();
@@ -376,7 +407,7 @@ struct LiveSwitch::State {
                 ++lldp;
                 const double offset = f.micros > first ? static_cast<double>(f.micros - first) : 0.0;
                 const uint64_t at =
-                    start + (options.pcapSpeed.factor > 0 ? static_cast<uint64_t>(offset / options.pcapSpeed.factor) : 0);
+                    options.pcapSpeed.factor > 0 ? static_cast<uint64_t>(offset / options.pcapSpeed.factor) : 0;
                 replays.emplace(at, Replay{at, ifIndex, std::move(f.bytes)});
             }
             Log(Level::Notice, "replaying " + std::to_string(lldp) + " LLDP frames of " + in.path + " into " +
@@ -399,15 +430,18 @@ LiveSwitch::StartError LiveSwitch::Start(const LiveOptions &options, std::string
         s_->selection = InterfaceSelection::Parse(*options.interfaces, error);
         if (!s_->selection) return StartError::Refused;
     }
-    std::vector<LinkInfo> hostLinks;
-    if (!s_->Load(error, &hostLinks)) return StartError::Refused;
     if (options.pcapOut) {
         s_->pcapOut = PcapWriter::Open(*options.pcapOut, error);
         if (!s_->pcapOut) return StartError::Io;
     }
-    State *s = s_.get();
-    s_->frameSink = AddFrameSink([s](const TxFrame &f) { s->OnFrame(f); });
-    s_->eventSink = AddEventSink([s](const LldpEvent &e) { s->Log(Level::Info, Describe(e)); });
+    // The sinks are in place before the switch loads: loading may send.
+    s_->AddSinks();
+    s_->holding = true;
+    std::vector<LinkInfo> hostLinks;
+    if (!s_->Load(error, &hostLinks)) {
+        s_->CloseAll();
+        return StartError::Refused;
+    }
     if (!s_->FollowKernel(s_->selection ? &hostLinks : nullptr, error)) {
         s_->CloseAll();
         return StartError::Io;
@@ -418,6 +452,7 @@ LiveSwitch::StartError LiveSwitch::Start(const LiveOptions &options, std::string
         s_->CloseAll();
         return StartError::NoPermission;
     }
+    s_->SendHeld();
     if (!s_->LoadReplays(error)) {
         s_->CloseAll();
         return StartError::Refused;
@@ -432,13 +467,19 @@ bool LiveSwitch::Reload(std::string *error) {
         return false;
     }
     std::vector<LinkInfo> hostLinks;
-    if (!s_->Load(error, &hostLinks)) return false;
+    s_->holding = true;
+    if (!s_->Load(error, &hostLinks)) {
+        s_->holding = false;
+        s_->held.clear();
+        return false;
+    }
     std::string why;
     if (!s_->FollowKernel(s_->selection ? &hostLinks : nullptr, &why)) {
         s_->Log(Level::Error, "after reload: " + why);
     }
     s_->SyncLinkState();
     if (!s_->SyncSockets(&why, nullptr)) s_->Log(Level::Error, "after reload: " + why);
+    s_->SendHeld();
     return true;
 }
 
@@ -472,14 +513,17 @@ void LiveSwitch::OnReadable(int fd) {
     }
 }
 
-std::optional<uint64_t> LiveSwitch::NextReplayMicros() const {
+std::optional<uint64_t> LiveSwitch::NextReplayMicros() {
     if (s_->replays.empty()) return std::nullopt;
-    return s_->replays.begin()->first;
+    if (!s_->replayStart) s_->replayStart = s_->Micros();
+    return *s_->replayStart + s_->replays.begin()->first;
 }
 
 void LiveSwitch::RunDue() {
+    if (s_->replays.empty()) return;
     const uint64_t now = s_->Micros();
-    while (!s_->replays.empty() && s_->replays.begin()->first <= now) {
+    if (!s_->replayStart) s_->replayStart = now;
+    while (!s_->replays.empty() && *s_->replayStart + s_->replays.begin()->first <= now) {
         State::Replay r = std::move(s_->replays.begin()->second);
         s_->replays.erase(s_->replays.begin());
         ReceiveFrame(r.ifIndex, r.frame);
@@ -512,7 +556,8 @@ bool LiveSwitch::HostMode() const { return s_->selection.has_value(); }
 
 std::string LiveSwitch::Describe(const LldpEvent &e) {
     std::ostringstream o;
-    o << "neighbour " << LldpEventKindName(e.kind) << " on " << PortText(e.ifIndex) << " " << AgentName(e.agent);
+    o << (e.kind == LldpEvent::Kind::Discarded ? "frame " : "neighbour ") << LldpEventKindName(e.kind) << " on "
+      << PortText(e.ifIndex) << " " << AgentName(e.agent);
     if (e.remIndex != 0) o << " index " << e.remIndex;
     if (!e.chassisId.empty() || !e.portId.empty()) o << ": chassis " << e.chassisId << " port " << e.portId;
     if (!e.reason.empty()) o << ": " << e.reason;

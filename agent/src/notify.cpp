@@ -195,15 +195,12 @@ bool WriteTrapConfig(const std::string &dir, const std::string &appName, const T
     return true;
 }
 
-Notifier::Notifier() : loopThread_(std::this_thread::get_id()) {
+Notifier::Notifier() {
     sink_ = lldpv2host::AddEventSink([this](const lldpv2host::LldpEvent &e) { OnEvent(e); });
-    // Picks up changes seen on other threads.
-    tick_ = snmp_alarm_register(1, SA_REPEAT, &Notifier::OnTick, this);
 }
 
 Notifier::~Notifier() {
     lldpv2host::RemoveEventSink(sink_);
-    if (tick_ != 0) snmp_alarm_unregister(tick_);
     if (alarm_ != 0) snmp_alarm_unregister(alarm_);
 }
 
@@ -212,18 +209,10 @@ void Notifier::OnEvent(const lldpv2host::LldpEvent &event) {
     // Event sinks run with the daemons' lock held, so this reads the switch
     // as it is at the change.
     if (!lldpv2host::Notification(event.ifIndex, event.agent)) return;
-    std::optional<uint64_t> wait;
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        pacer_.Change();
-        wait = pacer_.Wait(NowMs(), IntervalMs());
-    }
-    // Sent from the loop rather than from inside the daemons: the counters
+    pacer_.Change();
+    // Sent from an alarm rather than from inside the daemons: the counters
     // are complete then.
-    if (std::this_thread::get_id() == loopThread_)
-        Arm(*wait);
-    else
-        armFromLoop_ = true;
+    Arm(*pacer_.Wait(NowMs(), IntervalMs()));
 }
 
 void Notifier::Arm(uint64_t delayMs) {
@@ -241,23 +230,14 @@ void Notifier::OnAlarm(unsigned int, void *self) {
     n->Fire();
 }
 
-void Notifier::OnTick(unsigned int, void *self) {
-    auto *n = static_cast<Notifier *>(self);
-    if (n->armFromLoop_.exchange(false)) n->Fire();
-}
-
 void Notifier::Fire() {
-    std::optional<uint64_t> wait;
-    {
-        std::lock_guard<std::mutex> guard(mutex_);
-        wait = pacer_.Wait(NowMs(), IntervalMs());
-        if (!wait) return;
-        if (*wait == 0) pacer_.Sent(NowMs());
-    }
+    const std::optional<uint64_t> wait = pacer_.Wait(NowMs(), IntervalMs());
+    if (!wait) return;
     if (*wait > 0) {
         Arm(*wait);
         return;
     }
+    pacer_.Sent(NowMs());
     const RemTablesCounts c = CurrentRemTablesCounts();
     netsnmp_variable_list *vars = RemTablesChangeVarbinds(c);
     send_v2trap(vars);

@@ -12,12 +12,9 @@
 // subagent.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "lldpv2host/lldp.h"
@@ -86,7 +83,8 @@ bool WriteTrapConfig(const std::string &dir, const std::string &appName, const T
                      std::string &error);
 
 // Follows the daemons' events and sends the notifications from net-snmp
-// alarms. Lives on the thread that runs net-snmp's loop.
+// alarms. Lives on the thread that runs net-snmp's loop and the daemons (the
+// agent's one thread): no alarm is set while nothing is pending.
 class Notifier {
 public:
     Notifier();
@@ -99,16 +97,11 @@ public:
 
 private:
     static void OnAlarm(unsigned int reg, void *self);
-    static void OnTick(unsigned int reg, void *self);
     void Arm(uint64_t delayMs);
     void Fire();
 
-    std::thread::id loopThread_;
-    std::mutex mutex_;  // guards pacer_ against events from other threads
     NotificationPacer pacer_;
-    std::atomic<bool> armFromLoop_{false};  // a change seen on another thread
     unsigned int alarm_ = 0;
-    unsigned int tick_ = 0;
     uint64_t sink_ = 0;
     uint64_t sent_ = 0;
 };

@@ -76,11 +76,11 @@ deb-deps: deps
 	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
 
-# Builds the Debian package (binary only, unsigned) into dist/deb/ and checks
-# it with lintian.
+# Builds the Debian package (binary only, unsigned) from a copy of the tree
+# in $(BUILD)/deb (a fixed place, so that ccache serves the next build) into
+# dist/deb/ and checks it with lintian.
 deb: deb-deps
-	@stage=$$(mktemp -d /tmp/lldpv2mib-deb.XXXXXX) && trap 'rm -rf "$$stage"' EXIT && \
-	mkdir "$$stage/src" && \
+	@stage=$(abspath $(BUILD))/deb && rm -rf "$$stage" && mkdir -p "$$stage/src" && \
 	tar -C . --exclude=./.git --exclude='./build*' --exclude=./dist/deb --exclude=./obj-\* -cf - . | tar -C "$$stage/src" -xf - && \
 	(cd "$$stage/src" && LLDPV2_MIBS_DIR=$(MIBS) DEB_BUILD_OPTIONS="parallel=$(JOBS) nocheck" \
 	  dpkg-buildpackage -b -us -uc) && \

@@ -268,6 +268,15 @@ TEST_F(LiveCapture, ReplayIntoTheReceiveRulesAndRecord) {
     EXPECT_EQ(rows[1].agent, 2u);
     EXPECT_EQ(Counters(7, 1).framesDiscarded, 2u);
     EXPECT_EQ(Counters(7, 2).framesDiscarded, 0u);
+    // Each event is logged once.
+    auto lines = [&](const std::string &text) {
+        size_t n = 0;
+        for (size_t at = log_.find(text); at != std::string::npos; at = log_.find(text, at + 1)) ++n;
+        return n;
+    };
+    EXPECT_EQ(lines("neighbour inserted on port 7 (ge-1/0/7) nearest-bridge index 1"), 1u) << log_;
+    EXPECT_EQ(lines("neighbour inserted on port 7 (ge-1/0/7) nearest-non-tpmr-bridge index 1"), 1u) << log_;
+    EXPECT_EQ(lines("frame discarded on port 7 (ge-1/0/7) nearest-bridge"), 2u) << log_;
 
     // Time passes: the port's agents transmit; then the agent stops.
     SetClock(Now() + 300);

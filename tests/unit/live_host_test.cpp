@@ -374,6 +374,15 @@ TEST_F(LiveHostSwitch, TheHostScenarioLoadsAsTheHostIs) {
     EXPECT_EQ(pdu.pdu.manAddrs[0].address, (std::vector<uint8_t>{198, 51, 100, 4}));
     EXPECT_EQ(pdu.pdu.manAddrs[0].ifSubtype, 2);
     EXPECT_EQ(pdu.pdu.manAddrs[0].ifId, 4u);
+    // The node's management addresses: the ports' own (IPv4, then IPv6),
+    // then the other interfaces'; never loopback or IPv6 link-local.
+    const std::string text = HostScenarioText(host, ports);
+    const size_t v4 = text.find("198.51.100.4"), v6 = text.find("2001:db8::2"), other = text.find("203.0.113.9");
+    EXPECT_LT(v4, v6);
+    EXPECT_LT(v6, other);
+    EXPECT_NE(other, std::string::npos);
+    EXPECT_EQ(text.find("127.0.0.1"), std::string::npos);
+    EXPECT_EQ(text.find("fe80::1"), std::string::npos);
     // A host sends to its nearest bridge only and listens on all three.
     EXPECT_EQ(GetAdminStatus(4, 1), AdminStatus::TxAndRx);
     EXPECT_EQ(GetAdminStatus(4, 2), AdminStatus::RxOnly);

@@ -16,6 +16,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lldpv2host/lldp.h"
@@ -63,7 +64,7 @@ struct NetlinkEvent {
 // header that does not fit.
 std::vector<NetlinkEvent> ParseNetlink(const uint8_t *data, size_t len);
 
-// Link speed from /sys/class/net/NAME/speed; 0 when unknown.
+// Link speed (ethtool, else /sys/class/net/NAME/speed); 0 when unknown.
 uint32_t LinkSpeedMbps(const std::string &name);
 
 // The links (speed filled in) and addresses of the host, by a dump over a
@@ -81,10 +82,14 @@ public:
     int fd() const { return fd_; }
     // What is pending, without blocking (speeds of new links filled in).
     std::vector<NetlinkEvent> Read();
+    // Whether notifications were lost since the last call (the socket's
+    // buffer overflowed): the links must be read again.
+    bool TakeLost() { return std::exchange(lost_, false); }
 
 private:
     explicit NetlinkMonitor(int fd) : fd_(fd) {}
     int fd_ = -1;
+    bool lost_ = false;
 };
 
 // ---------------------------------------------------------------------------

@@ -46,20 +46,31 @@ bool AllZero(const Mac &mac) {
     return std::all_of(mac.begin(), mac.end(), [](uint8_t b) { return b == 0; });
 }
 
-// Addresses worth announcing: not loopback, not IPv6 link-local (which
-// names no interface of its own to a neighbour), IPv4 before IPv6.
+// Addresses worth announcing: not host-scoped (127.0.0.1, ::1), not IPv6
+// link-local (which names no interface of its own to a neighbour). The
+// ports' own addresses come first, then those of the host's other
+// interfaces (where its management address often is); IPv4 before IPv6.
 std::vector<AddressInfo> ManagementAddresses(const std::vector<AddressInfo> &all, const std::vector<LinkInfo> &ports) {
     std::vector<AddressInfo> out;
+    auto isPort = [&](uint32_t ifIndex) {
+        return std::any_of(ports.begin(), ports.end(), [&](const LinkInfo &p) { return p.ifIndex == ifIndex; });
+    };
+    auto take = [&](const AddressInfo &a) {
+        if (a.scope == RT_SCOPE_HOST || a.scope == RT_SCOPE_NOWHERE) return;
+        if (a.family == AF_INET6 && a.scope == RT_SCOPE_LINK) return;
+        const bool dup = std::any_of(out.begin(), out.end(), [&](const AddressInfo &o) { return o.address == a.address; });
+        if (!dup) out.push_back(a);
+    };
     for (int family : {AF_INET, AF_INET6}) {
         for (const LinkInfo &port : ports) {
             for (const AddressInfo &a : all) {
-                if (a.ifIndex != port.ifIndex || a.family != family) continue;
-                if (a.scope == RT_SCOPE_HOST || a.scope == RT_SCOPE_NOWHERE) continue;
-                if (family == AF_INET6 && a.scope == RT_SCOPE_LINK) continue;
-                const bool dup = std::any_of(out.begin(), out.end(),
-                                             [&](const AddressInfo &o) { return o.address == a.address; });
-                if (!dup) out.push_back(a);
+                if (a.ifIndex == port.ifIndex && a.family == family) take(a);
             }
+        }
+    }
+    for (int family : {AF_INET, AF_INET6}) {
+        for (const AddressInfo &a : all) {
+            if (!isPort(a.ifIndex) && a.family == family) take(a);
         }
     }
     return out;

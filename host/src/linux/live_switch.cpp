@@ -243,7 +243,13 @@ struct LiveSwitch::State {
             ports.emplace(ifIndex, std::move(port));
             portByFd[fd] = ifIndex;
             if (hooks.watch) hooks.watch(fd);
-            Log(Level::Info, PortText(ifIndex) + ": LLDP on " + w.first);
+            std::string link = w.first;
+            if (auto intf = FindInterface(ifIndex)) {
+                link += " (" + InterfaceTypeName(intf->type) + ", " +
+                        (intf->speedMbps != 0 ? std::to_string(intf->speedMbps) + " Mb/s" : "speed unknown") + ", link " +
+                        (intf->operUp ? "up" : "down") + ")";
+            }
+            Log(Level::Info, PortText(ifIndex) + ": LLDP on " + link);
         }
         return ok;
     }
@@ -283,8 +289,27 @@ struct LiveSwitch::State {
     // -- netlink
 
     void OnNetlink() {
+        std::vector<NetlinkEvent> events = netlink->Read();
+        if (netlink->TakeLost()) {
+            // Notifications were lost: the kernel's whole state, as events.
+            std::vector<LinkInfo> now;
+            std::vector<AddressInfo> addrs;
+            std::string why;
+            if (QueryHost(now, addrs, &why)) {
+                Log(Level::Warning, "link notifications were lost; links read again");
+                for (const auto &[name, old] : links) {
+                    const bool still = std::any_of(now.begin(), now.end(), [&](const LinkInfo &l) {
+                        return l.ifIndex == old.ifIndex && l.name == old.name;
+                    });
+                    if (!still) events.push_back(NetlinkEvent{NetlinkEvent::Kind::LinkDel, old, {}, 0});
+                }
+                for (const LinkInfo &l : now) events.push_back(NetlinkEvent{NetlinkEvent::Kind::LinkNew, l, {}, 0});
+            } else {
+                Log(Level::Error, "link notifications were lost and the links cannot be read: " + why);
+            }
+        }
         bool linksChanged = false;
-        for (const NetlinkEvent &e : netlink->Read()) {
+        for (const NetlinkEvent &e : events) {
             switch (e.kind) {
                 case NetlinkEvent::Kind::LinkNew: {
                     // A renamed link leaves its old name.

@@ -2,8 +2,11 @@
 // address notifications afterwards.
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <linux/ethtool.h>
 #include <linux/if.h>
 #include <linux/if_arp.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
 #include <sys/socket.h>
@@ -207,7 +210,22 @@ std::vector<NetlinkEvent> ParseNetlink(const uint8_t *data, size_t len) {
 }
 
 uint32_t LinkSpeedMbps(const std::string &name) {
-    if (name.empty() || name.find('/') != std::string::npos || name == "." || name == "..") return 0;
+    if (name.empty() || name.size() >= IFNAMSIZ || name.find('/') != std::string::npos || name == "." || name == "..") {
+        return 0;
+    }
+    // The ethtool ioctl asks the kernel of this process's network namespace.
+    Fd fd(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (fd) {
+        ethtool_cmd cmd{};
+        cmd.cmd = ETHTOOL_GSET;
+        ifreq ifr{};
+        std::memcpy(ifr.ifr_name, name.c_str(), name.size());
+        ifr.ifr_data = reinterpret_cast<char *>(&cmd);
+        if (ioctl(fd.get(), SIOCETHTOOL, &ifr) == 0) {
+            const uint32_t speed = ethtool_cmd_speed(&cmd);
+            return speed == static_cast<uint32_t>(SPEED_UNKNOWN) ? 0 : speed;
+        }
+    }
     std::ifstream in("/sys/class/net/" + name + "/speed");
     long long speed = 0;
     // Reading fails (EINVAL) for a link that is down or has no speed.
@@ -257,8 +275,9 @@ std::vector<NetlinkEvent> NetlinkMonitor::Read() {
         const ssize_t n = recv(fd_, buf.data(), buf.size(), MSG_DONTWAIT);
         if (n < 0) {
             if (errno == EINTR) continue;
-            // ENOBUFS: notifications were lost; the caller's next look at the
-            // links catches up.
+            // ENOBUFS: the kernel dropped notifications; the caller reads the
+            // whole state again.
+            if (errno == ENOBUFS) lost_ = true;
             break;
         }
         for (NetlinkEvent &e : ParseNetlink(buf.data(), static_cast<size_t>(n))) {

@@ -261,7 +261,8 @@ neighbours:
     system-name: storage-srv-9
     pfc: {willing: false, mbc: false, cap: 8, enabled: [3]}
   # A wireless access point that reboots every ten minutes: silent for five,
-  # it ages out two minutes into the silence and comes back as a new neighbour.
+  # it ages out 120 s after it was last heard and comes back as a new
+  # neighbour.
   - port: mgmt-1
     at: 800
     silent: {every: 600, for: 300}

@@ -203,6 +203,25 @@ struct RemoteTableStats {
 };
 RemoteTableStats NodeStats(uint16_t node);
 
+// Whether changes of the remote table of (ifIndex, agent) are notified: its
+// lldpV2PortConfigNotificationEnable. False when the agent does not run there.
+bool Notification(uint32_t ifIndex, uint32_t agent);
+
+// The stack's local system data (what every LLDPDU carries about the system).
+struct LocalSystemView {
+    uint8_t chassisIdSubtype = 0;
+    std::vector<uint8_t> chassisId;
+    std::string name;
+    std::string description;
+    uint16_t capSupported = 0;  // LLDP capability bits
+    uint16_t capEnabled = 0;
+};
+LocalSystemView LocalSystemInfo();
+
+// The port's local description (its lldpV2LocPortDesc whether or not it is
+// transmitted); empty when there is none or ifIndex is not an LLDP port.
+std::string PortDescription(uint32_t ifIndex);
+
 // The TLV stream (End TLV included) of the LLDPDU that the agent sends now.
 std::vector<uint8_t> LocalLldpdu(uint32_t ifIndex, uint32_t agent);
 

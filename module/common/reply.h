@@ -144,10 +144,42 @@ uint32_t ServeTable(uint32_t opType, MOR_MSG reply, Read read, Write write) {
     return Fail(reply, kErrUnserved);
 }
 
+// Processors made of functions: read(opType, request, reply) answers get
+// and get-next, write(request, reply) a set; without write the table is
+// read-only.
+using ReadFn = uint32_t (*)(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+using WriteFn = uint32_t (*)(MOR_MSG request, MOR_MSG reply);
+template <ReadFn Read, WriteFn Write>
+uint32_t ServeReadWrite(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeTable(
+        opType, reply, [&] { return Read(opType, request, reply); }, [&] { return Write(request, reply); });
+}
+template <ReadFn Read>
+uint32_t ServeRead(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+
+// The op-type frame of a scalar group: get runs get(), a set runs set();
+// the agent walks a scalar group itself, so get-next is not served.
+template <typename Get, typename Set>
+uint32_t ServeScalars(uint32_t opType, MOR_MSG reply, Get get, Set set) {
+    switch (ClassifyOp(opType)) {
+        case Op::Phase: return kOk;
+        case Op::Get: return get();
+        case Op::Set: return set();
+        case Op::GetNext:
+        case Op::Unserved: break;
+    }
+    return Fail(reply, kErrUnserved);
+}
+
 // The same for a read-only table, which refuses every set.
 template <typename Read>
 uint32_t ServeReadOnly(uint32_t opType, MOR_MSG reply, Read read) {
     return ServeTable(opType, reply, read, [reply] { return Fail(reply, kErrReadOnly); });
+}
+
+template <ReadFn Read>
+uint32_t ServeRead(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return Read(opType, request, reply); });
 }
 
 }  // namespace lldpv2

@@ -12,9 +12,9 @@
 namespace lldpv2::dcbx {
 namespace {
 
-constexpr uint32_t kSelectorColumn = 1;
-constexpr uint32_t kProtocolColumn = 2;
-constexpr uint32_t kPriorityColumn = 3;
+constexpr uint32_t kSelectorColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAESelector);
+constexpr uint32_t kProtocolColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAEProtocol);
+constexpr uint32_t kPriorityColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAEPriority);
 
 struct Table {
     uint32_t table;
@@ -26,9 +26,9 @@ struct Table {
 };
 
 constexpr std::array<Table, 3> kTables = {{
-    {56, Source::Local, 12, kProtocolColumn},
-    {65, Source::Remote, 22, kSelectorColumn},
-    {74, Source::Admin, 8, kProtocolColumn},
+    {mib::table::lldpXdot1dcbxLocApplicationPriorityAppEntry, Source::Local, LLDP_DCBXLOC_APP_PRIORITY, kProtocolColumn},
+    {mib::table::lldpXdot1dcbxRemApplicationPriorityAppEntry, Source::Remote, LLDP_REMSUB_APP_PRIORITY, kSelectorColumn},
+    {mib::table::lldpXdot1dcbxAdminApplicationPriorityAppEntry, Source::Admin, LLDP_DCBXADM_APP_PRIORITY, kProtocolColumn},
 }};
 
 // The priority of the first entry of the application, or kErrNoInstance.

@@ -22,7 +22,7 @@ namespace lldpv2::dcbx {
 enum class Source { Local, Remote, Admin };
 
 // Index column of the Loc and Admin tables: lldpV2LocPortIfIndex.
-inline constexpr uint32_t kLocPortIfIndex = MorId(10, 1);
+inline constexpr uint32_t kLocPortIfIndex = mib::lldpV2LocPortIfIndex;
 
 // Modes of the index checks: a read answers "no such instance", a set
 // "refused".

@@ -8,15 +8,12 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kRemPortVlanId = MorId(34, 1);
-constexpr uint32_t kRemLinkAggStatus = MorId(40, 1);
-constexpr uint32_t kRemLinkAggPortId = MorId(40, 2);
 
-constexpr RemoteIndexForm kPortVlanIndex = {0, nullptr, kRemPortVlanId, kRemPortVlanId};
-constexpr RemoteIndexForm kLinkAggIndex = {0, nullptr, kRemLinkAggStatus, kRemLinkAggPortId};
+constexpr RemoteIndexForm kPortVlanIndex = {0, nullptr, mib::lldpV2Xdot1RemPortVlanId, mib::lldpV2Xdot1RemPortVlanId};
+constexpr RemoteIndexForm kLinkAggIndex = {0, nullptr, mib::lldpV2Xdot1RemLinkAggStatus, mib::lldpV2Xdot1RemLinkAggPortId};
 
 // Ports of this interface type run only the agents 2 and 3.
-constexpr uint32_t kSecondClassType = 56;
+constexpr uint32_t kSecondClassType = kAggregatePortType;
 
 uint32_t GetRemPortVlan(const LLDP_TFAI_S &tfai, uint16_t *vid) {
     uint32_t type = kUnknownPortType;
@@ -61,7 +58,7 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         vid = NetToHost16(result);
         AppendTfai(reply, tfai);
     }
-    AppendUnsigned(reply, kRemPortVlanId, vid);
+    AppendUnsigned(reply, mib::lldpV2Xdot1RemPortVlanId, vid);
     return kOk;
 }
 
@@ -82,8 +79,8 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     }
     uint8_t status = agg.status;
     LLDP_util_Overturn(1, &status);
-    AppendOctets(reply, kRemLinkAggStatus, &status, 1);
-    AppendUnsigned(reply, kRemLinkAggPortId, agg.portId);
+    AppendOctets(reply, mib::lldpV2Xdot1RemLinkAggStatus, &status, 1);
+    AppendUnsigned(reply, mib::lldpV2Xdot1RemLinkAggPortId, agg.portId);
     return kOk;
 }
 
@@ -92,13 +89,7 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
 IndexWalk ReadRemoteIndex(MOR_MSG request, const RemoteIndexForm &form, LLDP_TFAI_S *tfai, uint32_t *subIndex) {
     LLDP_mibpub_InitTfai(tfai);
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kRemTimeMark: tfai->timeMark = p.U32(); return kOk;
-            case kRemLocalIfIndex: tfai->ifIndex = p.U32(); return LLDP_mibpub_CheckPort(tfai->ifIndex);
-            case kRemLocalDestMac: tfai->agent = p.U32(); return LLDP_mibpub_CheckAgent(tfai->agent, 0);
-            case kRemIndex: tfai->remIndex = p.U32(); return kOk;
-            default: break;
-        }
+        if (const auto rc = ReadPlainTfaiColumn(p, tfai)) return *rc;
         if (form.subIndex != 0 && p.morId == form.subIndex) {
             *subIndex = p.U32();
             return form.checkSub(*subIndex);

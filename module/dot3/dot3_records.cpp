@@ -27,21 +27,16 @@ constexpr std::array<DataTable, 6> kDataTables = {{
 }};
 
 // Bits of the auto-negotiation support/status octet.
-constexpr uint32_t kAutoNegSupportedBit = 0;
-constexpr uint32_t kAutoNegEnabledBit = 1;
-// Bits of the MDI power support octet.
-constexpr uint32_t kPortClassPseBit = 0;
-constexpr uint32_t kMdiSupportedBit = 1;
-constexpr uint32_t kMdiEnabledBit = 2;
-constexpr uint32_t kPairControlBit = 3;
-constexpr uint32_t kPortClassPse = 1;
-constexpr uint32_t kPortClassPd = 2;
+enum : uint32_t { kAutoNegSupportedBit = 0, kAutoNegEnabledBit = 1 };
+// Bits of the MDI power support octet, and the port classes.
+enum : uint32_t { kPortClassPseBit = 0, kMdiSupportedBit = 1, kMdiEnabledBit = 2, kPairControlBit = 3 };
+enum : uint32_t { kPortClassPse = 1, kPortClassPd = 2 };
 
-// MAC/PHY columns 1..4: supported, enabled, advertised capability, MAU type.
-constexpr uint32_t kAutoNegSupportedColumn = 1;
-constexpr uint32_t kAutoNegEnabledColumn = 2;
-constexpr uint32_t kAdvertisedCapColumn = 3;
-constexpr uint32_t kOperMauTypeColumn = 4;
+// The MAC/PHY columns, the same in the local and the remote table.
+constexpr uint32_t kAutoNegSupportedColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegSupported);
+constexpr uint32_t kAutoNegEnabledColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegEnabled);
+constexpr uint32_t kAdvertisedCapColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegAdvertisedCap);
+constexpr uint32_t kOperMauTypeColumn = ColumnOf(mib::lldpV2Xdot3LocPortOperMauType);
 
 // Power columns 1..6, in the order of the MIB record's fields.
 struct PowerColumn {
@@ -135,6 +130,33 @@ uint32_t AppendPowerColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, co
         lastValue = row.*column.field;
         AppendNumber(reply, p.morId, lastType, lastValue);
     }
+    return kOk;
+}
+
+uint32_t MacPhyTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    LLDP_MAC_PHY_S record{};
+    const uint32_t rc = LLDP_mibpub_GetMacPhyFromPkt(tlvs, len, &record);
+    if (rc == kOk) LLDP_mibpub_ConvertMacPhyToMibData(&record, row);
+    return rc;
+}
+
+uint32_t PowerTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    LLDP_POWER_MDI_S record{};
+    const uint32_t rc = LLDP_mibpub_GetPowerMDIFromPkt(tlvs, len, &record);
+    if (rc == kOk) LLDP_mibpub_ConvertPowerMDIToMibData(&record, row);
+    return rc;
+}
+
+uint32_t MaxFrameSizeTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    uint16_t size = 0;
+    const uint32_t rc = LLDP_mibpub_GetMaxFrameSizeFromPkt(tlvs, len, &size);
+    if (rc == kOk) *row = size;
+    return rc;
+}
+
+uint32_t MaxFrameSizeTlv::Append(MOR_MSG, MOR_MSG reply, uint32_t tableId, const Row &row) {
+    static_assert(ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize) == ColumnOf(mib::lldpV2Xdot3RemMaxFrameSize));
+    AppendUnsigned(reply, MorId(tableId, ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize)), row);
     return kOk;
 }
 

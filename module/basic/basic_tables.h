@@ -68,7 +68,7 @@ uint32_t LocalPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t LocalManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t RemoteSystemsProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t RemoteManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemoteUnknownTlvProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemoteOrgDefInfoProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+extern const LLDP_TABLE_PROC_PF RemoteUnknownTlvProc;
+extern const LLDP_TABLE_PROC_PF RemoteOrgDefInfoProc;
 
 }  // namespace lldpv2

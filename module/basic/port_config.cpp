@@ -27,11 +27,11 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S pair;
     LLDP_mibpub_InitPortAgent(&pair);
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
+        const auto index = ReadPairColumn(
+            p, &pair, [](uint32_t port) { return IsLldpCapablePort(port, kStrict) == 1 ? kOk : kErrNoInstance; },
+            [](uint32_t agent) { return LLDP_mibpub_CheckAgent(agent, 0); });
+        if (index) return *index;
         switch (p.morId) {
-            case mib::lldpV2PortConfigIfIndex:
-                pair.port = p.U32();
-                return IsLldpCapablePort(pair.port, kStrict) == 1 ? kOk : kErrNoInstance;
-            case mib::lldpV2PortConfigDestAddressIndex: pair.agent = p.U32(); return LLDP_mibpub_CheckAgent(pair.agent, 0);
             case mib::lldpV2PortConfigAdminStatus:
             case mib::lldpV2PortConfigNotificationEnable:
             case mib::lldpV2PortConfigTLVsTxEnable: return kOk;  // all three columns are answered anyway

@@ -17,7 +17,6 @@ namespace {
 // One remote sub-table: its key after the TFAI, the record of the daemon's
 // get-next, and how both travel.
 struct ManAddrTable : ManAddrKey {
-    static constexpr uint32_t kTable = mib::table::lldpV2RemManAddrEntry;
     static constexpr uint32_t kSelector = LLDP_REMSUB_MANADDR;
     using Result = LLDP_REM_MANADDR_REC_S;
     static void RecordToHost(Result *r) {
@@ -38,9 +37,22 @@ struct ManAddrTable : ManAddrKey {
 };
 
 struct UnknownTlvTable {
-    static constexpr uint32_t kTable = mib::table::lldpV2RemUnknownTLVEntry;
     static constexpr uint32_t kSelector = LLDP_REMSUB_UNKNOWN;
+    static constexpr uint32_t kInfoColumn = mib::lldpV2RemUnknownTLVInfo;
+    static constexpr auto Lookup = GetRemUnknownTlv;
+    using LookupKey = UnknownTlvKey;
     using Key = uint32_t;  // TLV type
+
+    static uint32_t ReadColumn(const Param &p, LookupKey *key) {
+        switch (p.morId) {
+            case mib::lldpV2RemUnknownTLVType:
+                key->type = p.U32();
+                return (key->type >= 9 && key->type <= 126) ? kOk : kErrNoInstance;
+            case mib::lldpV2RemUnknownTLVInfo: return kOk;
+            default: return kErrUnserved;
+        }
+    }
+    static Key SubOf(const LookupKey &key) { return key.type; }
     using Result = LLDP_REM_UNKNOWN_REC_S;
 
     static void Put(const Key &k, LLDP_INDEX_PARA_S *para) { para->tlvType = HostToNet32(k); }
@@ -55,9 +67,36 @@ struct UnknownTlvTable {
 };
 
 struct OrgDefInfoTable {
-    static constexpr uint32_t kTable = mib::table::lldpV2RemOrgDefInfoEntry;
     static constexpr uint32_t kSelector = LLDP_REMSUB_ORGDEF;
+    static constexpr uint32_t kInfoColumn = mib::lldpV2RemOrgDefInfo;
+    static constexpr auto Lookup = GetRemOrgDefInfo;
+    using LookupKey = OrgDefKey;
+
+    static uint32_t ReadColumn(const Param &p, LookupKey *key) {
+        switch (p.morId) {
+            case mib::lldpV2RemOrgDefInfoOUI:
+                key->ouiLen = p.Len();
+                p.Copy(sizeof(key->oui), key->oui);
+                return key->ouiLen == 3 ? kOk : kErrNoInstance;
+            case mib::lldpV2RemOrgDefInfoSubtype:
+                key->subtype = p.U32();
+                return (key->subtype >= 1 && key->subtype <= 255) ? kOk : kErrNoInstance;
+            case mib::lldpV2RemOrgDefInfoIndex:
+                key->index = p.U32();
+                return (key->index & 0x80000000u) == 0 ? kOk : kErrNoInstance;
+            case mib::lldpV2RemOrgDefInfo: return kOk;
+            default: return kErrUnserved;
+        }
+    }
     using Key = LLDP_ORGDEF_SUBINDEX_S;
+    static Key SubOf(const LookupKey &key) {
+        Key sub{};
+        std::memcpy(sub.oui, key.oui, sizeof(sub.oui));
+        sub.ouiLen = key.ouiLen;
+        sub.subtype = key.subtype;
+        sub.index = key.index;
+        return sub;
+    }
     using Result = LLDP_REM_ORGDEF_REC_S;
 
     static Key Swap(const Key &k) { return Swapped<&Key::ouiLen, &Key::subtype, &Key::index>(k); }
@@ -115,6 +154,27 @@ uint32_t FindManAddr(const LLDP_TFAI_S &tfai, const LLDP_MANADDR_KEY_S &key, uin
     return kErrNoInstance;
 }
 
+// The unknown TLV and organizationally defined tables: a get looks the TLV
+// up in the neighbour's decoded TLVs, a get-next asks the nodes.
+template <typename T>
+uint32_t ServeRemoteTlv(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&]() {
+        typename T::LookupKey key{};
+        LLDP_mibpub_InitTfai(&key.tfai);
+        const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
+            if (IsTfaiColumn(p.morId)) return ReadTfaiIndexPara(p.morId, p.handle, &key.tfai);
+            return T::ReadColumn(p, &key);
+        });
+        if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+        if (opType == MOR_OP_GETNEXT) return ReadNext<T>(key.tfai, T::SubOf(key), reply, walk.position);
+        RemTlvInfo info;
+        const uint32_t rc = T::Lookup(key, &info);
+        if (rc != kOk) return Fail(reply, rc);
+        AppendOctets(reply, T::kInfoColumn, info.info, info.len);
+        return kOk;
+    });
+}
+
 }  // namespace
 
 uint32_t RemoteManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -144,68 +204,7 @@ uint32_t RemoteManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     });
 }
 
-uint32_t RemoteUnknownTlvProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    using T = UnknownTlvTable;
-    return ServeReadOnly(opType, reply, [&]() {
-        UnknownTlvKey key{};
-        LLDP_mibpub_InitTfai(&key.tfai);
-        const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-            if (IsTfaiColumn(p.morId)) return ReadTfaiIndexPara(p.morId, p.handle, &key.tfai);
-            switch (p.morId) {
-                case mib::lldpV2RemUnknownTLVType:
-                    key.type = p.U32();
-                    return (key.type >= 9 && key.type <= 126) ? kOk : kErrNoInstance;
-                case mib::lldpV2RemUnknownTLVInfo: return kOk;
-                default: return kErrUnserved;
-            }
-        });
-        if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
-        if (opType == MOR_OP_GETNEXT) return ReadNext<T>(key.tfai, key.type, reply, walk.position);
-        RemTlvInfo info;
-        const uint32_t rc = GetRemUnknownTlv(key, &info);
-        if (rc != kOk) return Fail(reply, rc);
-        AppendOctets(reply, mib::lldpV2RemUnknownTLVInfo, info.info, info.len);
-        return kOk;
-    });
-}
-
-uint32_t RemoteOrgDefInfoProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    using T = OrgDefInfoTable;
-    return ServeReadOnly(opType, reply, [&]() {
-        OrgDefKey key{};
-        LLDP_mibpub_InitTfai(&key.tfai);
-        const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-            if (IsTfaiColumn(p.morId)) return ReadTfaiIndexPara(p.morId, p.handle, &key.tfai);
-            switch (p.morId) {
-                case mib::lldpV2RemOrgDefInfoOUI:
-                    key.ouiLen = p.Len();
-                    p.Copy(sizeof(key.oui), key.oui);
-                    return key.ouiLen == 3 ? kOk : kErrNoInstance;
-                case mib::lldpV2RemOrgDefInfoSubtype:
-                    key.subtype = p.U32();
-                    return (key.subtype >= 1 && key.subtype <= 255) ? kOk : kErrNoInstance;
-                case mib::lldpV2RemOrgDefInfoIndex:
-                    key.index = p.U32();
-                    return (key.index & 0x80000000u) == 0 ? kOk : kErrNoInstance;
-                case mib::lldpV2RemOrgDefInfo: return kOk;
-                default: return kErrUnserved;
-            }
-        });
-        if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
-        if (opType == MOR_OP_GETNEXT) {
-            T::Key sub{};
-            std::memcpy(sub.oui, key.oui, sizeof(sub.oui));
-            sub.ouiLen = key.ouiLen;
-            sub.subtype = key.subtype;
-            sub.index = key.index;
-            return ReadNext<T>(key.tfai, sub, reply, walk.position);
-        }
-        RemTlvInfo info;
-        const uint32_t rc = GetRemOrgDefInfo(key, &info);
-        if (rc != kOk) return Fail(reply, rc);
-        AppendOctets(reply, mib::lldpV2RemOrgDefInfo, info.info, info.len);
-        return kOk;
-    });
-}
+const LLDP_TABLE_PROC_PF RemoteUnknownTlvProc = ServeRemoteTlv<UnknownTlvTable>;
+const LLDP_TABLE_PROC_PF RemoteOrgDefInfoProc = ServeRemoteTlv<OrgDefInfoTable>;
 
 }  // namespace lldpv2

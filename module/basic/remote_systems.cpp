@@ -88,14 +88,10 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
 
     LLDP_REM_SYSTEM_S rec{};
-    if (opType == MOR_OP_GET) {
-        const uint32_t rc = ReadExact(tfai, &rec);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-    } else {
-        const uint32_t rc = ReadNext(&tfai, &rec);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendTfai(reply, tfai);
-    }
+    const uint32_t rc = ExactOrNext(
+        opType, reply, walk.position, [&] { return ReadExact(tfai, &rec); }, [&] { return ReadNext(&tfai, &rec); });
+    if (rc != kOk) return rc;
+    if (opType != MOR_OP_GET) AppendTfai(reply, tfai);
     AppendRow(reply, rec);
     return kOk;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "common/codes.h"
 #include "lldpv2/lldp_client.h"
@@ -114,6 +115,28 @@ struct IndexWalk {
 
     bool Ends(uint32_t opType) const { return code == kErrUnserved || (code != kOk && opType == MOR_OP_GET); }
 };
+
+// Reads p into pair when it is the port or the agent index column of the
+// request (by default those of lldpV2PortConfigTable, which the per-port
+// configuration tables share) and returns checkPort(port) or
+// checkAgent(agent); the value is stored before it is checked. nullopt for
+// any other column.
+template <typename Pair, typename CheckPort, typename CheckAgent>
+std::optional<uint32_t> ReadPairColumn(const Param &p, Pair *pair, CheckPort checkPort, CheckAgent checkAgent,
+                                       uint32_t portColumn = mib::lldpV2PortConfigIfIndex,
+                                       uint32_t agentColumn = mib::lldpV2PortConfigDestAddressIndex) {
+    if (p.morId == portColumn) return checkPort(pair->port = p.U32());
+    if (p.morId == agentColumn) return checkAgent(pair->agent = p.U32());
+    return std::nullopt;
+}
+
+// The row of a get from exact(), of a get-next from next(); a failure is
+// recorded at position.
+template <typename Exact, typename Next>
+uint32_t ExactOrNext(uint32_t opType, MOR_MSG reply, uint32_t position, Exact exact, Next next) {
+    const uint32_t rc = opType == MOR_OP_GET ? exact() : next();
+    return rc == kOk ? kOk : Fail(reply, rc, position);
+}
 
 // Walks the parameters with column(param) -> status until the first error.
 template <typename Column>

@@ -42,15 +42,10 @@ struct Request {
 IndexWalk Parse(MOR_MSG request, uint16_t mode, Request *rq) {
     const uint32_t ownColumn = MorId(MOR_GetTableId(request), kTxEnableColumn);
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case mib::lldpV2PortConfigIfIndex:
-                rq->index.port = p.U32();
-                return CheckDcbxPort(rq->index.port, mode);
-            case mib::lldpV2PortConfigDestAddressIndex:
-                rq->index.agent = p.U32();
-                return LLDP_mibpub_CheckAgentCfg(rq->index.agent, mode);
-            default: break;
-        }
+        const auto index = ReadPairColumn(
+            p, &rq->index, [mode](uint32_t port) { return CheckDcbxPort(port, mode); },
+            [mode](uint32_t agent) { return LLDP_mibpub_CheckAgentCfg(agent, mode); });
+        if (index) return *index;
         if (p.morId != ownColumn) return kErrUnserved;
         if (mode == kModeSet) rq->value = p.U32();  // several values: the last wins
         return kOk;

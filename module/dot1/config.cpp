@@ -108,19 +108,14 @@ struct PortVlanIndex {
 
 IndexWalk ReadPortVlanIndex(MOR_MSG request, uint16_t mode, PortVlanIndex *index) {
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case mib::lldpV2PortConfigDestAddressIndex:
-                index->pair.agent = p.U32();
-                return LLDP_mibpub_CheckAgent(index->pair.agent, mode);
-            case mib::lldpV2Xdot1ConfigPortVlanTxEnable:
-                if (mode == 1) index->value = p.U32();
-                return kOk;
-            case mib::lldpV2PortConfigIfIndex:
-                index->pair.port = p.U32();
-                if (IsDot1Port(index->pair.port)) return kOk;
-                return mode == 1 ? kErrSetRefused : kErrNoInstance;
-            default: return kErrUnserved;
-        }
+        const auto pair = ReadPairColumn(
+            p, &index->pair,
+            [mode](uint32_t port) { return IsDot1Port(port) ? kOk : (mode == 1 ? kErrSetRefused : kErrNoInstance); },
+            [mode](uint32_t agent) { return LLDP_mibpub_CheckAgent(agent, mode); });
+        if (pair) return *pair;
+        if (p.morId != mib::lldpV2Xdot1ConfigPortVlanTxEnable) return kErrUnserved;
+        if (mode == 1) index->value = p.U32();
+        return kOk;
     });
 }
 

@@ -68,12 +68,11 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const IndexWalk walk = ReadRemoteIndex(request, kLinkAggIndex, &tfai, &unused);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     LLDP_LINK_AGG_S agg{};
-    if (opType == MOR_OP_GET) {
-        const uint32_t rc = GetRemLinkAgg(tfai, &agg);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-    } else {
-        const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_LINK_AGG, sizeof(agg), &tfai, &agg);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+    const uint32_t rc = ExactOrNext(
+        opType, reply, walk.position, [&] { return GetRemLinkAgg(tfai, &agg); },
+        [&] { return LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_LINK_AGG, sizeof(agg), &tfai, &agg); });
+    if (rc != kOk) return rc;
+    if (opType != MOR_OP_GET) {
         agg.portId = NetToHost32(agg.portId);
         AppendTfai(reply, tfai);
     }

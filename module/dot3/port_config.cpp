@@ -55,14 +55,12 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S pair;
     LLDP_mibpub_InitPortAgent(&pair);
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case mib::lldpV2PortConfigIfIndex:
-                pair.port = p.U32();
-                return IsDot3Port(pair.port) ? kOk : kErrNoInstance;
-            case mib::lldpV2PortConfigDestAddressIndex: pair.agent = p.U32(); return LLDP_mibpub_CheckAgentCfg(pair.agent, 0);
-            case mib::lldpV2Xdot3PortConfigTLVsTxEnable: return kOk;  // the one column is answered anyway
-            default: return kErrUnserved;
-        }
+        const auto index = ReadPairColumn(
+            p, &pair, [](uint32_t port) { return IsDot3Port(port) ? kOk : kErrNoInstance; },
+            [](uint32_t agent) { return LLDP_mibpub_CheckAgentCfg(agent, 0); });
+        if (index) return *index;
+        // The one column is answered anyway.
+        return p.morId == mib::lldpV2Xdot3PortConfigTLVsTxEnable ? kOk : kErrUnserved;
     });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
 

@@ -9,9 +9,6 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kSelectKind = 5;
-constexpr uint32_t kSelectProperty = 8;
-constexpr uint32_t kSelectCondition = 10;
 
 void AddTypes(IF_SELECT_S *selection, std::span<const uint32_t> types) {
     for (uint32_t type : types) IF_SelectType_Set(type, selection);
@@ -21,7 +18,7 @@ void AddTypes(IF_SELECT_S *selection, std::span<const uint32_t> types) {
 
 uint32_t GetNextPortAgent(uint16_t strict, uint32_t port, uint32_t agent, uint32_t *nextPort, uint32_t *nextAgent) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
     // The ordinary types, then the second and nearest-bridge-only classes;
     // the customer-bridge-only class only on a lenient walk.
     AddTypes(&selection, kOrdinaryPortTypes);
@@ -78,14 +75,14 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetNextIfIndexByIfIndex(uint32_t ifIndex, IF_
     IF_ITERATOR iterator = IF_IteratorInitialize(ifIndex, selection);
     if (iterator == nullptr) return 0;
     const ScopeExit finalize([&iterator] { IF_IteratorFinalize(&iterator); });
-    IF_SelectProperty_Set(kSelectProperty, selection);
-    IF_SelectCondition_Set(kSelectCondition, selection);
+    IF_SelectProperty_Set(IF_SELECT_PROPERTY_PLAIN_PORT, selection);
+    IF_SelectCondition_Set(IF_SELECT_CONDITION_NODE_UP, selection);
     return IF_GetNextIfIndexByIfSelect(selection, iterator, ifIndex);
 }
 
 LLDPV2_EXPORT uint32_t GetNextIfIndexByIfIndex(uint32_t ifIndex) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
     AddTypes(&selection, kOrdinaryPortTypes);
     return LLDP_mibpub_GetNextIfIndexByIfIndex(ifIndex, &selection);
 }

@@ -20,7 +20,7 @@ inline bool IsTfaiColumn(uint32_t morId) { return morId >= kRemTimeMark && morId
 // check; nullopt for any other column. The port need only be a plain
 // interface (of any type) and the agent 1..3; the value is stored before it
 // is checked, so that a get-next still starts from it.
-inline std::optional<uint32_t> ReadPlainTfaiColumn(const Param &p, LLDP_TFAI_S *tfai) {
+[[nodiscard]] inline std::optional<uint32_t> ReadPlainTfaiColumn(const Param &p, LLDP_TFAI_S *tfai) {
     switch (p.morId) {
         case kRemTimeMark: tfai->timeMark = p.U32(); return kOk;
         case kRemLocalIfIndex: tfai->ifIndex = p.U32(); return LLDP_mibpub_CheckPort(tfai->ifIndex);

@@ -60,7 +60,7 @@ inline bool HasNoParams(MOR_MSG msg) {
 }
 
 // Records code at position on the reply and returns it.
-inline uint32_t Fail(MOR_MSG reply, uint32_t code, uint32_t position = kWholeRequest) {
+[[nodiscard]] inline uint32_t Fail(MOR_MSG reply, uint32_t code, uint32_t position = kWholeRequest) {
     MOR_SetMsgError(reply, code, position);
     return code;
 }
@@ -122,7 +122,7 @@ struct IndexWalk {
 // checkAgent(agent); the value is stored before it is checked. nullopt for
 // any other column.
 template <typename Pair, typename CheckPort, typename CheckAgent>
-std::optional<uint32_t> ReadPairColumn(const Param &p, Pair *pair, CheckPort checkPort, CheckAgent checkAgent,
+[[nodiscard]] std::optional<uint32_t> ReadPairColumn(const Param &p, Pair *pair, CheckPort checkPort, CheckAgent checkAgent,
                                        uint32_t portColumn = mib::lldpV2PortConfigIfIndex,
                                        uint32_t agentColumn = mib::lldpV2PortConfigDestAddressIndex) {
     if (p.morId == portColumn) return checkPort(pair->port = p.U32());
@@ -133,14 +133,14 @@ std::optional<uint32_t> ReadPairColumn(const Param &p, Pair *pair, CheckPort che
 // The row of a get from exact(), of a get-next from next(); a failure is
 // recorded at position.
 template <typename Exact, typename Next>
-uint32_t ExactOrNext(uint32_t opType, MOR_MSG reply, uint32_t position, Exact exact, Next next) {
+[[nodiscard]] uint32_t ExactOrNext(uint32_t opType, MOR_MSG reply, uint32_t position, Exact exact, Next next) {
     const uint32_t rc = opType == MOR_OP_GET ? exact() : next();
     return rc == kOk ? kOk : Fail(reply, rc, position);
 }
 
 // Walks the parameters with column(param) -> status until the first error.
 template <typename Column>
-IndexWalk WalkIndex(MOR_MSG request, Column column) {
+[[nodiscard]] IndexWalk WalkIndex(MOR_MSG request, Column column) {
     IndexWalk walk;
     for (const Param &p : Params(request)) {
         const uint32_t rc = column(p);

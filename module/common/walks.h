@@ -16,7 +16,7 @@ namespace lldpv2 {
 // can read; rows that cannot be read are skipped silently. kErrNoNext at the
 // end of the interfaces.
 template <typename Fetch>
-uint32_t NextReadablePair(uint16_t strict, LLDP_PORT_AGENT_S *pair, Fetch fetch) {
+[[nodiscard]] uint32_t NextReadablePair(uint16_t strict, LLDP_PORT_AGENT_S *pair, Fetch fetch) {
     for (;;) {
         uint32_t port = 0;
         uint32_t agent = 0;
@@ -32,7 +32,7 @@ uint32_t NextReadablePair(uint16_t strict, LLDP_PORT_AGENT_S *pair, Fetch fetch)
 // the smallest by less; on a tie the earlier node's candidate stays.
 // kErrNoNext when there is no node list or no candidate.
 template <typename Candidate, typename Ask, typename Less>
-uint32_t SmallestOverNodes(Candidate *best, Ask ask, Less less) {
+[[nodiscard]] uint32_t SmallestOverNodes(Candidate *best, Ask ask, Less less) {
     NodeArray nodes;
     if (!nodes.valid()) return kErrNoNext;
     bool found = false;
@@ -50,7 +50,7 @@ uint32_t SmallestOverNodes(Candidate *best, Ask ask, Less less) {
 
 // One node's get-next of a daemon item from para; true when the node has an
 // entry, with para rewritten to its key and result filled.
-inline bool NodeGetNext(uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para, uint16_t resultSize, void *result) {
+[[nodiscard]] inline bool NodeGetNext(uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para, uint16_t resultSize, void *result) {
     uint16_t len = resultSize;
     return LLDP_mor_MibGetNext(0, item, node, para, &len, result) == kOk && len != 0;
 }
@@ -162,7 +162,7 @@ struct SubRowKey {
 // node on a tie), and sets *key and *result to it. resultSize bytes of result
 // are asked for. kErrNoNext when no node has a further row.
 template <KeyCodec Owner, KeyCodec Sub, typename Result>
-uint32_t NextSubRow(uint32_t item, uint32_t selector, SubRowKey<Owner, Sub> *key, Result *result,
+[[nodiscard]] uint32_t NextSubRow(uint32_t item, uint32_t selector, SubRowKey<Owner, Sub> *key, Result *result,
                     uint16_t resultSize = sizeof(Result)) {
     using Key = SubRowKey<Owner, Sub>;
     struct Candidate {

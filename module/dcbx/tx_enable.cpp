@@ -23,7 +23,6 @@ constexpr uint32_t kTxEnableColumn = ColumnOf(mib::lldpXdot1dcbxConfigETSConfigu
 constexpr uint32_t kRowAgent = 1;
 
 // Selection of the get-next walk, types in the order they are added.
-constexpr uint32_t kSelectKind = 5;
 
 
 bool IsTxEnableColumn(uint32_t morId) {
@@ -88,7 +87,7 @@ uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S row{rq.index.port, kRowAgent};
     if (CheckDcbxPort(row.port, kModeRead) != kOk || rq.index.agent != 0) {
         IF_SELECT_S selection{};
-        IF_Select_Init(kSelectKind, &selection);
+        IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
         for (uint32_t type : kEthernetPortTypes) IF_SelectType_Set(type, &selection);
         row.port = LLDP_mibpub_GetNextIfIndexByIfIndex(row.port, &selection);
         if (row.port == 0) return Fail(reply, kErrNoNext, walk.position);

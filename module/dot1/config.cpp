@@ -17,7 +17,6 @@ constexpr uint32_t kProtocolRow = 1;
 // Ports of this interface type run only the agents 2 and 3.
 constexpr uint32_t kSecondClassType = kAggregatePortType;
 
-constexpr uint32_t kSelectKind = 5;
 
 // dataLen of a transmit change that carries the VLAN id of the TLV.
 constexpr uint16_t kTxRecordVlanMarker = 2;
@@ -29,7 +28,7 @@ uint32_t FirstAgent(uint32_t ifIndex) { return LLDP_util_SetIfFirstAgentID(ifInd
 // The next dot1 configuration port after ifIndex, 0 when there is none.
 uint32_t NextConfigPort(uint32_t ifIndex) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
     for (uint32_t type : kDot1PortTypes) IF_SelectType_Set(type, &selection);
     return LLDP_mibpub_GetNextIfIndexByIfIndex(ifIndex, &selection);
 }

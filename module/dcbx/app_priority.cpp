@@ -67,8 +67,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const uint32_t protocolColumn = MorId(t.table, kProtocolColumn);
     const uint32_t priorityColumn = MorId(t.table, kPriorityColumn);
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner, [&](const Param &p) -> uint32_t {
         if (p.morId == selectorColumn) {
             key.index2 = p.U32();
         } else if (p.morId == protocolColumn) {

@@ -190,10 +190,8 @@ void AppendColumns(const Table &t, MOR_MSG request, MOR_MSG reply, const Row &ro
 
 uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
-        return t.ColumnIndex(p.morId) ? kOk : kErrUnserved;
-    });
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner,
+                                        [&](const Param &p) { return t.ColumnIndex(p.morId) ? kOk : kErrUnserved; });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
 
     Row row;

@@ -153,8 +153,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const uint32_t indexColumn = MorId(t.table, kIndexColumn);
     const uint32_t valueColumn = MorId(t.table, kValueColumn);
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner, [&](const Param &p) -> uint32_t {
         if (p.morId == indexColumn) {
             key.index2 = p.U32();
             return key.index2 < kRows ? kOk : kErrNoInstance;

@@ -45,6 +45,16 @@ struct Owner {
 // nullopt when p is not an owner column.
 [[nodiscard]] std::optional<uint32_t> ReadOwnerColumn(Source source, const Param &p, Owner *owner);
 
+// Reads a row's index: the owner's columns, and the table's own columns with
+// column(p) -> status; stops at the first error.
+template <typename Column>
+[[nodiscard]] IndexWalk ReadRowIndex(Source source, MOR_MSG request, Owner *owner, Column column) {
+    return WalkIndex(request, [&](const Param &p) -> uint32_t {
+        if (const std::optional<uint32_t> rc = ReadOwnerColumn(source, p, owner)) return *rc;
+        return column(p);
+    });
+}
+
 // Appends the owner's index columns to a get-next reply.
 void AppendOwner(MOR_MSG reply, Source source, const Owner &owner);
 

@@ -174,20 +174,30 @@ using CfgVlanName = CfgSwitch<LocalIndex::VlanName, kLocVlanId, MOR_TYPE_ENUM, k
 using CfgProtoVlan = CfgSwitch<LocalIndex::ProtoVlan, kLocProtoVlanId, MOR_TYPE_UNSIGNED, kCfgProtoVlanTxEnable,
                                LLDP_mibpub_GetXdot1ConfigProtoVlan, LLDP_mibpub_SetXdot1ConfigProtoVlan>;
 
+// The get of a switch row: the index must have read cleanly, then read(&value)
+// gives the switch of column.
+template <typename Read>
+uint32_t GetSwitchRow(MOR_MSG reply, const IndexWalk &walk, uint32_t column, Read read) {
+    if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
+    uint32_t value = kFalse;
+    const uint32_t rc = read(&value);
+    if (rc != kOk) return Fail(reply, rc, walk.position);
+    AppendEnum(reply, column, value);
+    return kOk;
+}
+
 // Rows exist for every id 0..4094 of every dot1 configuration port whose
 // transmit configuration can be read, all read for the port's first agent.
 template <typename T>
 uint32_t ReadVlanRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_DOT1_ROWKEY_S key{0, 0};
     const IndexWalk walk = ReadLocalIndex(request, T::kForm, 0, &key);
-    uint32_t value = kFalse;
     if (opType == MOR_OP_GET) {
-        if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
-        const uint32_t rc = T::Read(key.ifIndex, key.index2, FirstAgent(key.ifIndex), &value);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, T::kColumn, value);
-        return kOk;
+        return GetSwitchRow(reply, walk, T::kColumn, [&](uint32_t *value) {
+            return T::Read(key.ifIndex, key.index2, FirstAgent(key.ifIndex), value);
+        });
     }
+    uint32_t value = kFalse;
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     uint32_t port = key.ifIndex;
     uint32_t id = key.index2;
@@ -239,14 +249,12 @@ uint32_t ServeVlanRows(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
 uint32_t ReadProtocolRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_DOT1_ROWKEY_S key{0, 0};
     const IndexWalk walk = ReadLocalIndex(request, LocalIndex::Protocol, 0, &key);
-    uint32_t value = kFalse;
     if (opType == MOR_OP_GET) {
-        if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
-        const uint32_t rc = LLDP_mibpub_GetXdot1ConfigProtocol(key.ifIndex, key.index2, &value);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, kCfgProtocolTxEnable, value);
-        return kOk;
+        return GetSwitchRow(reply, walk, kCfgProtocolTxEnable, [&](uint32_t *value) {
+            return LLDP_mibpub_GetXdot1ConfigProtocol(key.ifIndex, key.index2, value);
+        });
     }
+    uint32_t value = kFalse;
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     uint32_t port = key.ifIndex;
     if (key.index2 != 0 || !IsDot1Port(port)) {

@@ -14,8 +14,7 @@ uint32_t AppendMac(MOR_MSG reply, uint32_t agent) {
     DestMac mac{};
     const uint32_t rc = GetDestMacAddress(agent, &mac);
     if (rc != kOk) return Fail(reply, rc, kPosition);
-    AppendOctets(reply, mib::lldpV2DestMacAddress, mac.addr, mac.len);
-    return kOk;
+    return Written(reply, AppendOctets(reply, mib::lldpV2DestMacAddress, mac.addr, mac.len));
 }
 
 }  // namespace
@@ -35,7 +34,7 @@ uint32_t DestAddressProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     // Get-next, whatever the index check would say.
     if (index >= kLastAgent) return Fail(reply, kErrNoNext, kPosition);
     const uint32_t next = index + 1;
-    AppendUnsigned(reply, mib::lldpV2AddressTableIndex, next);
+    if (const uint32_t written = AppendUnsigned(reply, mib::lldpV2AddressTableIndex, next); written != kOk) return Fail(reply, written);
     return AppendMac(reply, next);
 }
 

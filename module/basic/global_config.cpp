@@ -39,7 +39,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
     const uint32_t rc = LLDP_mibpub_GetGlbCfg(&view);
     if (rc != kOk) return Fail(reply, rc);
     // An empty get is answered with a single placeholder parameter.
-    if (HasNoParams(request)) return AppendUnsigned(reply, kWholeRequest, 0), kOk;
+    if (HasNoParams(request)) return Written(reply, AppendUnsigned(reply, kWholeRequest, 0));
 
     // One get answers one scalar: the last one named.
     uint32_t morId = kWholeRequest;
@@ -50,8 +50,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
         morId = p.morId;
         value = view.*(s->field);
     }
-    AppendUnsigned(reply, morId, value);
-    return kOk;
+    return Written(reply, AppendUnsigned(reply, morId, value));
 }
 
 uint32_t Set(MOR_MSG request, MOR_MSG reply) {

@@ -60,14 +60,17 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         const uint32_t rc = LLDP_mibpub_GetNextLocManAddrTableByIndex(kSelector, &key, &rec);
         if (rc != kOk) return Fail(reply, rc, position);
-        AppendEnum(reply, mib::lldpV2LocManAddrSubtype, key.subtype);
-        AppendOctets(reply, mib::lldpV2LocManAddr, key.addr, key.len);
+        if (const uint32_t written = FirstFailure({
+            AppendEnum(reply, mib::lldpV2LocManAddrSubtype, key.subtype),
+            AppendOctets(reply, mib::lldpV2LocManAddr, key.addr, key.len),
+        }); written != kOk) return Fail(reply, written);
     }
-    AppendUnsigned(reply, mib::lldpV2LocManAddrLen, rec.addrLen);
-    AppendEnum(reply, mib::lldpV2LocManAddrIfSubtype, rec.ifSubtype);
-    AppendUnsigned(reply, mib::lldpV2LocManAddrIfId, rec.ifId);
-    AppendNullOid(reply, mib::lldpV2LocManAddrOID);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendUnsigned(reply, mib::lldpV2LocManAddrLen, rec.addrLen),
+        AppendEnum(reply, mib::lldpV2LocManAddrIfSubtype, rec.ifSubtype),
+        AppendUnsigned(reply, mib::lldpV2LocManAddrIfId, rec.ifId),
+        AppendNullOid(reply, mib::lldpV2LocManAddrOID),
+    }));
 }
 
 }  // namespace

@@ -24,12 +24,12 @@ uint32_t GetSystem(MOR_MSG request, MOR_MSG reply) {
     const CapBits enabled = CapabilityBits(sys.capEnabled);
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case mib::lldpV2LocChassisIdSubtype: AppendEnum(reply, p.morId, sys.chassisIdSubtype); break;
-            case mib::lldpV2LocChassisId: AppendOctets(reply, p.morId, sys.chassisId, sys.chassisIdLen); break;
-            case mib::lldpV2LocSysName: AppendOctets(reply, p.morId, sys.sysName, TextLen(sys.sysName, sizeof(sys.sysName))); break;
-            case mib::lldpV2LocSysDesc: AppendOctets(reply, p.morId, sys.sysDesc, TextLen(sys.sysDesc, sizeof(sys.sysDesc))); break;
-            case mib::lldpV2LocSysCapSupported: AppendOctets(reply, p.morId, supported.octets, 2); break;
-            case mib::lldpV2LocSysCapEnabled: AppendOctets(reply, p.morId, enabled.octets, 2); break;
+            case mib::lldpV2LocChassisIdSubtype: status = KeepFirst(status, AppendEnum(reply, p.morId, sys.chassisIdSubtype)); break;
+            case mib::lldpV2LocChassisId: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.chassisId, sys.chassisIdLen)); break;
+            case mib::lldpV2LocSysName: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.sysName, TextLen(sys.sysName, sizeof(sys.sysName)))); break;
+            case mib::lldpV2LocSysDesc: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.sysDesc, TextLen(sys.sysDesc, sizeof(sys.sysDesc)))); break;
+            case mib::lldpV2LocSysCapSupported: status = KeepFirst(status, AppendOctets(reply, p.morId, supported.octets, 2)); break;
+            case mib::lldpV2LocSysCapEnabled: status = KeepFirst(status, AppendOctets(reply, p.morId, enabled.octets, 2)); break;
             default: status = kErrUnserved; break;  // later columns are still answered
         }
     }
@@ -64,16 +64,17 @@ uint32_t ReadPort(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         const uint32_t rc = NextLocalPort(&ifIndex, &record);
         if (rc != kOk) return Fail(reply, rc);
-        AppendEnum(reply, mib::lldpV2LocPortIfIndex, ifIndex);
+        if (const uint32_t written = AppendEnum(reply, mib::lldpV2LocPortIfIndex, ifIndex); written != kOk) return Fail(reply, written);
     }
     uint32_t status = kOk;
     for (const Param &p : Params(request)) {
         switch (p.morId) {
             case mib::lldpV2LocPortIfIndex: break;  // never echoed here
-            case mib::lldpV2LocPortIdSubtype: AppendEnum(reply, p.morId, record.portIdSubtype); break;
-            case mib::lldpV2LocPortId: AppendOctets(reply, p.morId, record.portId, record.portIdLen); break;
+            case mib::lldpV2LocPortIdSubtype: status = KeepFirst(status, AppendEnum(reply, p.morId, record.portIdSubtype)); break;
+            case mib::lldpV2LocPortId: status = KeepFirst(status, AppendOctets(reply, p.morId, record.portId, record.portIdLen)); break;
             case mib::lldpV2LocPortDesc:
-                AppendOctets(reply, p.morId, record.portDesc, TextLen(record.portDesc, sizeof(record.portDesc)));
+                status = KeepFirst(status, AppendOctets(reply, p.morId, record.portDesc,
+                                                        TextLen(record.portDesc, sizeof(record.portDesc))));
                 break;
             default: status = kErrUnserved; break;
         }

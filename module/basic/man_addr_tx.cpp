@@ -55,9 +55,10 @@ uint32_t ReadExact(const Key &key, MOR_MSG reply) {
     const LLDP_TLV_CFG_ENTRY_S &entry = cfg.get().entry[LLDP_TLVBIT_MAN_ADDR];
     if (!MatchesConfigured(key, static_cast<const LLDP_MANADDR_REC_S *>(entry.data)))
         return Fail(reply, kErrNoInstance);
-    AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(entry.enable));
-    AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, kActive);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(entry.enable)),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, kActive),
+    }));
 }
 
 struct Candidate {
@@ -92,11 +93,12 @@ uint32_t ReadNext(const Key &key, uint32_t position, MOR_MSG reply) {
     if (rc != kOk) return Fail(reply, rc, position);
     const LLDP_PORT_AGENT_S pair{NetToHost32(best.para.ifIndex), NetToHost32(best.para.index2)};
     LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2ManAddrConfigIfIndex, mib::lldpV2ManAddrConfigDestAddressIndex, &pair);
-    AppendEnum(reply, mib::lldpV2ManAddrConfigLocManAddrSubtype, best.addr.subtype);
-    AppendOctets(reply, mib::lldpV2ManAddrConfigLocManAddr, best.addr.addr, best.addr.len);
-    AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(NetToHost32(best.rec.txEnable)));
-    AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, NetToHost32(best.rec.rowStatus));
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2ManAddrConfigLocManAddrSubtype, best.addr.subtype),
+        AppendOctets(reply, mib::lldpV2ManAddrConfigLocManAddr, best.addr.addr, best.addr.len),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(NetToHost32(best.rec.txEnable))),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, NetToHost32(best.rec.rowStatus)),
+    }));
 }
 
 uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {

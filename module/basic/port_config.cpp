@@ -54,10 +54,11 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
     }
     // All three columns, whichever the request named.
-    AppendEnum(reply, mib::lldpV2PortConfigAdminStatus, row.adminStatus);
-    AppendEnum(reply, mib::lldpV2PortConfigNotificationEnable, row.notificationEnable);
-    AppendOctets(reply, mib::lldpV2PortConfigTLVsTxEnable, &row.tlvsTxEnable, 1);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2PortConfigAdminStatus, row.adminStatus),
+        AppendEnum(reply, mib::lldpV2PortConfigNotificationEnable, row.notificationEnable),
+        AppendOctets(reply, mib::lldpV2PortConfigTLVsTxEnable, &row.tlvsTxEnable, 1),
+    }));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {

@@ -24,16 +24,20 @@ struct ManAddrTable : ManAddrKey {
         r->ifId = NetToHost32(r->ifId);
         r->tail = NetToHost32(r->tail);
     }
-    static void AppendKey(MOR_MSG reply, const Key &k) {
-        AppendEnum(reply, mib::lldpV2RemManAddrSubtype, k.subtype);
-        AppendOctets(reply, mib::lldpV2RemManAddr, k.addr, std::min<uint32_t>(k.len, sizeof(k.addr)));
+    [[nodiscard]] static uint32_t AppendKey(MOR_MSG reply, const Key &k) {
+        return FirstFailure({
+            AppendEnum(reply, mib::lldpV2RemManAddrSubtype, k.subtype),
+            AppendOctets(reply, mib::lldpV2RemManAddr, k.addr, std::min<uint32_t>(k.len, sizeof(k.addr))),
+        });
     }
-    static void AppendData(MOR_MSG reply, uint32_t ifSubtype, uint32_t ifId) {
-        AppendEnum(reply, mib::lldpV2RemManAddrIfSubtype, ifSubtype);
-        AppendUnsigned(reply, mib::lldpV2RemManAddrIfId, ifId);
-        AppendNullOid(reply, mib::lldpV2RemManAddrOID);
+    [[nodiscard]] static uint32_t AppendData(MOR_MSG reply, uint32_t ifSubtype, uint32_t ifId) {
+        return FirstFailure({
+            AppendEnum(reply, mib::lldpV2RemManAddrIfSubtype, ifSubtype),
+            AppendUnsigned(reply, mib::lldpV2RemManAddrIfId, ifId),
+            AppendNullOid(reply, mib::lldpV2RemManAddrOID),
+        });
     }
-    static void AppendRecord(MOR_MSG reply, const Result &r) { AppendData(reply, r.ifSubtype, r.ifId); }
+    [[nodiscard]] static uint32_t AppendRecord(MOR_MSG reply, const Result &r) { return AppendData(reply, r.ifSubtype, r.ifId); }
 };
 
 struct UnknownTlvTable {
@@ -59,10 +63,10 @@ struct UnknownTlvTable {
     static Key Take(const LLDP_INDEX_PARA_S &para) { return NetToHost32(para.tlvType); }
     static bool Less(const Key &a, const Key &b) { return a < b; }
     static void RecordToHost(Result *r) { r->len = NetToHost32(r->len); }
-    static void AppendKey(MOR_MSG reply, const Key &k) { AppendUnsigned(reply, mib::lldpV2RemUnknownTLVType, k); }
+    [[nodiscard]] static uint32_t AppendKey(MOR_MSG reply, const Key &k) { return AppendUnsigned(reply, mib::lldpV2RemUnknownTLVType, k); }
     // Cut to the column's size, as a get cuts the decoded TLV.
-    static void AppendRecord(MOR_MSG reply, const Result &r) {
-        AppendOctets(reply, mib::lldpV2RemUnknownTLVInfo, r.info, std::min(r.len, kUnknownInfoMax));
+    [[nodiscard]] static uint32_t AppendRecord(MOR_MSG reply, const Result &r) {
+        return AppendOctets(reply, mib::lldpV2RemUnknownTLVInfo, r.info, std::min(r.len, kUnknownInfoMax));
     }
 };
 
@@ -104,14 +108,16 @@ struct OrgDefInfoTable {
     static Key Take(const LLDP_INDEX_PARA_S &para) { return Swap(para.orgDef); }
     static bool Less(const Key &a, const Key &b) { return LLDP_util_CmpOrgDefSubIndex(&a, &b) < 0; }
     static void RecordToHost(Result *r) { r->len = NetToHost32(r->len); }
-    static void AppendKey(MOR_MSG reply, const Key &k) {
-        AppendOctets(reply, mib::lldpV2RemOrgDefInfoOUI, k.oui, std::min<uint32_t>(k.ouiLen, sizeof(k.oui)));
-        AppendUnsigned(reply, mib::lldpV2RemOrgDefInfoSubtype, k.subtype);
-        AppendUnsigned(reply, mib::lldpV2RemOrgDefInfoIndex, k.index);
+    [[nodiscard]] static uint32_t AppendKey(MOR_MSG reply, const Key &k) {
+        return FirstFailure({
+            AppendOctets(reply, mib::lldpV2RemOrgDefInfoOUI, k.oui, std::min<uint32_t>(k.ouiLen, sizeof(k.oui))),
+            AppendUnsigned(reply, mib::lldpV2RemOrgDefInfoSubtype, k.subtype),
+            AppendUnsigned(reply, mib::lldpV2RemOrgDefInfoIndex, k.index),
+        });
     }
     // Cut to the column's size, as a get cuts the decoded TLV.
-    static void AppendRecord(MOR_MSG reply, const Result &r) {
-        AppendOctets(reply, mib::lldpV2RemOrgDefInfo, r.info, std::min(r.len, kOrgDefInfoMax));
+    [[nodiscard]] static uint32_t AppendRecord(MOR_MSG reply, const Result &r) {
+        return AppendOctets(reply, mib::lldpV2RemOrgDefInfo, r.info, std::min(r.len, kOrgDefInfoMax));
     }
 };
 
@@ -124,10 +130,11 @@ uint32_t ReadNext(const LLDP_TFAI_S &tfai, const typename T::Key &key, MOR_MSG r
     const uint32_t rc = NextSubRow(LLDP_ITEM_REM_SUBTABLE, T::kSelector, &at, &rec);
     if (rc != kOk) return Fail(reply, rc, position);
     T::RecordToHost(&rec);
-    AppendTfai(reply, at.owner);
-    T::AppendKey(reply, at.sub);
-    T::AppendRecord(reply, rec);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendTfai(reply, at.owner),
+        T::AppendKey(reply, at.sub),
+        T::AppendRecord(reply, rec),
+    }));
 }
 
 // The management address of a neighbour, searched in its decoded TLVs: only
@@ -170,8 +177,7 @@ uint32_t ServeRemoteTlv(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         RemTlvInfo info;
         const uint32_t rc = T::Lookup(key, &info);
         if (rc != kOk) return Fail(reply, rc);
-        AppendOctets(reply, T::kInfoColumn, info.info, info.len);
-        return kOk;
+        return Written(reply, AppendOctets(reply, T::kInfoColumn, info.info, info.len));
     });
 }
 
@@ -199,8 +205,7 @@ uint32_t RemoteManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         uint32_t ifSubtype = 0, ifId = 0;
         const uint32_t rc = FindManAddr(tfai, key, &ifSubtype, &ifId);
         if (rc != kOk) return Fail(reply, rc);
-        T::AppendData(reply, ifSubtype, ifId);
-        return kOk;
+        return Written(reply, T::AppendData(reply, ifSubtype, ifId));
     });
 }
 

@@ -59,23 +59,25 @@ uint32_t ReadNext(LLDP_TFAI_S *tfai, LLDP_REM_SYSTEM_S *rec) {
 }
 
 // The capability fields are already bit-reversed: their high byte goes first.
-void AppendCaps(MOR_MSG reply, uint32_t morId, uint16_t reversed) {
+[[nodiscard]] uint32_t AppendCaps(MOR_MSG reply, uint32_t morId, uint16_t reversed) {
     const uint8_t octets[2] = {static_cast<uint8_t>(reversed >> 8), static_cast<uint8_t>(reversed & 0xFF)};
-    AppendOctets(reply, morId, octets, 2);
+    return AppendOctets(reply, morId, octets, 2);
 }
 
-void AppendRow(MOR_MSG reply, const LLDP_REM_SYSTEM_S &rec) {
-    AppendEnum(reply, mib::lldpV2RemChassisIdSubtype, rec.chassisIdSubtype);
-    AppendOctets(reply, mib::lldpV2RemChassisId, rec.chassisId, std::min<uint32_t>(rec.chassisIdLen, sizeof(rec.chassisId)));
-    AppendEnum(reply, mib::lldpV2RemPortIdSubtype, rec.portIdSubtype);
-    AppendOctets(reply, mib::lldpV2RemPortId, rec.portId, std::min<uint32_t>(rec.portIdLen, sizeof(rec.portId)));
-    AppendOctets(reply, mib::lldpV2RemPortDesc, rec.portDesc, TextLen(rec.portDesc, sizeof(rec.portDesc)));
-    AppendOctets(reply, mib::lldpV2RemSysName, rec.sysName, TextLen(rec.sysName, sizeof(rec.sysName)));
-    AppendOctets(reply, mib::lldpV2RemSysDesc, rec.sysDesc, TextLen(rec.sysDesc, sizeof(rec.sysDesc)));
-    AppendCaps(reply, mib::lldpV2RemSysCapSupported, rec.capSupported);
-    AppendCaps(reply, mib::lldpV2RemSysCapEnabled, rec.capEnabled);
-    AppendEnum(reply, mib::lldpV2RemRemoteChanges, TruthValue(rec.remoteChanges));
-    AppendEnum(reply, mib::lldpV2RemTooManyNeighbors, TruthValue(rec.tooManyNeighbors));
+[[nodiscard]] uint32_t AppendRow(MOR_MSG reply, const LLDP_REM_SYSTEM_S &rec) {
+    return FirstFailure({
+        AppendEnum(reply, mib::lldpV2RemChassisIdSubtype, rec.chassisIdSubtype),
+        AppendOctets(reply, mib::lldpV2RemChassisId, rec.chassisId, std::min<uint32_t>(rec.chassisIdLen, sizeof(rec.chassisId))),
+        AppendEnum(reply, mib::lldpV2RemPortIdSubtype, rec.portIdSubtype),
+        AppendOctets(reply, mib::lldpV2RemPortId, rec.portId, std::min<uint32_t>(rec.portIdLen, sizeof(rec.portId))),
+        AppendOctets(reply, mib::lldpV2RemPortDesc, rec.portDesc, TextLen(rec.portDesc, sizeof(rec.portDesc))),
+        AppendOctets(reply, mib::lldpV2RemSysName, rec.sysName, TextLen(rec.sysName, sizeof(rec.sysName))),
+        AppendOctets(reply, mib::lldpV2RemSysDesc, rec.sysDesc, TextLen(rec.sysDesc, sizeof(rec.sysDesc))),
+        AppendCaps(reply, mib::lldpV2RemSysCapSupported, rec.capSupported),
+        AppendCaps(reply, mib::lldpV2RemSysCapEnabled, rec.capEnabled),
+        AppendEnum(reply, mib::lldpV2RemRemoteChanges, TruthValue(rec.remoteChanges)),
+        AppendEnum(reply, mib::lldpV2RemTooManyNeighbors, TruthValue(rec.tooManyNeighbors)),
+    });
 }
 
 uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -91,9 +93,7 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const uint32_t rc = ExactOrNext(
         opType, reply, walk.position, [&] { return ReadExact(tfai, &rec); }, [&] { return ReadNext(&tfai, &rec); });
     if (rc != kOk) return rc;
-    if (opType != MOR_OP_GET) AppendTfai(reply, tfai);
-    AppendRow(reply, rec);
-    return kOk;
+    return Written(reply, FirstFailure({opType != MOR_OP_GET ? AppendTfai(reply, tfai) : kOk, AppendRow(reply, rec)}));
 }
 
 }  // namespace

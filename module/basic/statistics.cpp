@@ -44,7 +44,7 @@ uint32_t GetRemStats(MOR_MSG request, MOR_MSG reply) {
             status = kErrUnserved;
             continue;
         }
-        AppendNumber(reply, col->morId, col->typeCode, stats.*(col->field));
+        if (const uint32_t written = AppendNumber(reply, col->morId, col->typeCode, stats.*(col->field)); written != kOk) return Fail(reply, written);
     }
     return status == kOk ? kOk : Fail(reply, status);
 }
@@ -113,8 +113,10 @@ uint32_t ReadPortStats(const PortStatsTable &t, uint32_t opType, MOR_MSG request
         LLDP_mibpub_SetIndexToReplyMsg(reply, portMor, agentMor, &pair);
     }
     // Every data column of the row, whatever the request named.
-    for (const PortStatsColumn &c : t.columns) AppendNumber(reply, c.morId, c.typeCode, row.*(c.field));
-    return kOk;
+    uint32_t written = kOk;
+    for (const PortStatsColumn &c : t.columns)
+        written = KeepFirst(written, AppendNumber(reply, c.morId, c.typeCode, row.*(c.field)));
+    return Written(reply, written);
 }
 
 template <const PortStatsTable &t>

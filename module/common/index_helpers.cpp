@@ -139,16 +139,19 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_CheckLackIndex(MOR_MSG request, uint32_t morI
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_SetIndexToReplyMsg(MOR_MSG reply, uint32_t portMorId, uint32_t agentMorId,
                                                       const LLDP_PORT_AGENT_S *pair) {
-    AppendEnum(reply, portMorId, pair->port);
+    // The helper answers with the status of its last append, as its callers
+    // in other modules expect; the earlier ones are not passed on.
+    static_cast<void>(AppendEnum(reply, portMorId, pair->port));
     return AppendUnsigned(reply, agentMorId, pair->agent);
 }
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_SetTfaiToReplyMsg(MOR_MSG reply, uint32_t timeMarkMorId, uint32_t portMorId,
                                                      uint32_t agentMorId, uint32_t remIndexMorId,
                                                      const LLDP_TFAI_S *tfai) {
-    AppendTimeMark(reply, timeMarkMorId, tfai->timeMark);
-    AppendEnum(reply, portMorId, tfai->ifIndex);
-    AppendUnsigned(reply, agentMorId, tfai->agent);
+    // The status of the last append, like LLDP_mibpub_SetIndexToReplyMsg.
+    static_cast<void>(AppendTimeMark(reply, timeMarkMorId, tfai->timeMark));
+    static_cast<void>(AppendEnum(reply, portMorId, tfai->ifIndex));
+    static_cast<void>(AppendUnsigned(reply, agentMorId, tfai->agent));
     return AppendUnsigned(reply, remIndexMorId, tfai->remIndex);
 }
 

@@ -30,7 +30,7 @@ inline bool IsTfaiColumn(uint32_t morId) { return morId >= kRemTimeMark && morId
     }
 }
 
-inline uint32_t AppendTfai(MOR_MSG reply, const LLDP_TFAI_S &tfai) {
+[[nodiscard]] inline uint32_t AppendTfai(MOR_MSG reply, const LLDP_TFAI_S &tfai) {
     return LLDP_mibpub_SetTfaiToReplyMsg(reply, kRemTimeMark, kRemLocalIfIndex, kRemLocalDestMac, kRemIndex, &tfai);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 
 #include "common/codes.h"
@@ -59,33 +60,49 @@ inline bool HasNoParams(MOR_MSG msg) {
     return MOR_GetFirstParaFromMsg(msg, 0, &morId) == nullptr;
 }
 
+// The first failure of a run of reply writes, which all run, in order; kOk
+// when every write succeeded.
+[[nodiscard]] constexpr uint32_t FirstFailure(std::initializer_list<uint32_t> writes) {
+    for (uint32_t rc : writes)
+        if (rc != kOk) return rc;
+    return kOk;
+}
+
+// Keeps the first failure: status, or rc while status is kOk.
+[[nodiscard]] constexpr uint32_t KeepFirst(uint32_t status, uint32_t rc) { return status != kOk ? status : rc; }
+
 // Records code at position on the reply and returns it.
 [[nodiscard]] inline uint32_t Fail(MOR_MSG reply, uint32_t code, uint32_t position = kWholeRequest) {
     MOR_SetMsgError(reply, code, position);
     return code;
 }
 
-// Reply writers.
-inline uint32_t AppendNumber(MOR_MSG reply, uint32_t morId, uint32_t typeCode, uint32_t value) {
+// kOk after reply writes that succeeded; otherwise their failure, recorded on
+// the reply for the whole request.
+[[nodiscard]] inline uint32_t Written(MOR_MSG reply, uint32_t rc) { return rc == kOk ? kOk : Fail(reply, rc); }
+
+// Reply writers. Each returns the MOR layer's status, which the caller
+// passes on: FirstFailure of a run of writes, Written to record it.
+[[nodiscard]] inline uint32_t AppendNumber(MOR_MSG reply, uint32_t morId, uint32_t typeCode, uint32_t value) {
     return MOR_AppendPara2Msg(reply, 0, morId, typeCode, value, 4);
 }
-inline uint32_t AppendEnum(MOR_MSG reply, uint32_t morId, uint32_t value) {
+[[nodiscard]] inline uint32_t AppendEnum(MOR_MSG reply, uint32_t morId, uint32_t value) {
     return AppendNumber(reply, morId, MOR_TYPE_ENUM, value);
 }
-inline uint32_t AppendUnsigned(MOR_MSG reply, uint32_t morId, uint32_t value) {
+[[nodiscard]] inline uint32_t AppendUnsigned(MOR_MSG reply, uint32_t morId, uint32_t value) {
     return AppendNumber(reply, morId, MOR_TYPE_UNSIGNED, value);
 }
-inline uint32_t AppendCounter(MOR_MSG reply, uint32_t morId, uint32_t value) {
+[[nodiscard]] inline uint32_t AppendCounter(MOR_MSG reply, uint32_t morId, uint32_t value) {
     return AppendNumber(reply, morId, MOR_TYPE_COUNTER, value);
 }
-inline uint32_t AppendTimeMark(MOR_MSG reply, uint32_t morId, uint32_t value) {
+[[nodiscard]] inline uint32_t AppendTimeMark(MOR_MSG reply, uint32_t morId, uint32_t value) {
     return AppendNumber(reply, morId, MOR_TYPE_TIMEMARK, value);
 }
-inline uint32_t AppendOctets(MOR_MSG reply, uint32_t morId, const void *bytes, uint32_t len) {
+[[nodiscard]] inline uint32_t AppendOctets(MOR_MSG reply, uint32_t morId, const void *bytes, uint32_t len) {
     return MOR_AppendPara2Msg(reply, 0, morId, MOR_TYPE_OCTETS, reinterpret_cast<uintptr_t>(bytes), len);
 }
 // The object identifier 0.0, which the management address OID columns always answer.
-inline uint32_t AppendNullOid(MOR_MSG reply, uint32_t morId) {
+[[nodiscard]] inline uint32_t AppendNullOid(MOR_MSG reply, uint32_t morId) {
     static constexpr uint32_t kZeroZero[2] = {0, 0};
     return MOR_AppendPara2Msg(reply, 0, morId, MOR_TYPE_OID, reinterpret_cast<uintptr_t>(kZeroZero),
                               sizeof(kZeroZero));

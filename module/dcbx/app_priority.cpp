@@ -83,8 +83,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (opType == MOR_OP_GET) {
         const uint32_t rc = ReadPriority(t, key, &priority);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendUnsigned(reply, priorityColumn, Answer(priority));
-        return kOk;
+        return Written(reply, AppendUnsigned(reply, priorityColumn, Answer(priority)));
     }
     const bool asNamed = walk.code == kOk &&
                          LLDP_mibpub_CheckLackIndex(request, MorId(t.table, t.completeColumn)) == 1 &&
@@ -95,11 +94,12 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (rc != kOk) return Fail(reply, rc, walk.position);
         priority = static_cast<uint8_t>(value);
     }
-    AppendOwner(reply, t.source, key.owner);
-    AppendEnum(reply, selectorColumn, key.index2);
-    AppendUnsigned(reply, protocolColumn, key.index3);
-    AppendUnsigned(reply, priorityColumn, Answer(priority));
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendOwner(reply, t.source, key.owner),
+        AppendEnum(reply, selectorColumn, key.index2),
+        AppendUnsigned(reply, protocolColumn, key.index3),
+        AppendUnsigned(reply, priorityColumn, Answer(priority)),
+    }));
 }
 
 }  // namespace

@@ -178,14 +178,16 @@ uint32_t NextAdminRow(const Table &t, RowKey *key, Row *row) {
     return rc;
 }
 
-void AppendColumns(const Table &t, MOR_MSG request, MOR_MSG reply, const Row &row) {
+[[nodiscard]] uint32_t AppendColumns(const Table &t, MOR_MSG request, MOR_MSG reply, const Row &row) {
+    uint32_t written = kOk;
     for (const Param &p : Params(request)) {
         const std::optional<size_t> i = t.ColumnIndex(p.morId);
         if (!i) continue;
         const Column &c = t.family->columns[*i];
         if (c.shown == Shown::WhenPresent && !row.present[*i]) continue;
-        AppendNumber(reply, p.morId, c.type, Convert(c.conversion, row.value[*i]));
+        written = KeepFirst(written, AppendNumber(reply, p.morId, c.type, Convert(c.conversion, row.value[*i])));
     }
+    return written;
 }
 
 uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -204,9 +206,8 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         rc = NextByColumns(t, request, &key, &row);
     }
     if (rc != kOk) return Fail(reply, rc, walk.position);
-    if (opType == MOR_OP_GETNEXT) AppendOwner(reply, t.source, key.owner);
-    AppendColumns(t, request, reply, row);
-    return kOk;
+    const uint32_t owner = opType == MOR_OP_GETNEXT ? AppendOwner(reply, t.source, key.owner) : kOk;
+    return Written(reply, FirstFailure({owner, AppendColumns(t, request, reply, row)}));
 }
 
 }  // namespace

@@ -176,16 +176,18 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
             if (rc != kOk) return Fail(reply, rc, walk.position);
             value = t.Answer(value);
         }
-        AppendOwner(reply, t.source, key.owner);
-        AppendUnsigned(reply, indexColumn, key.index2);
+        if (const uint32_t written = FirstFailure({
+            AppendOwner(reply, t.source, key.owner),
+            AppendUnsigned(reply, indexColumn, key.index2),
+        }); written != kOk) return Fail(reply, written);
     }
     if (!t.ValueAsNamed()) {
-        AppendNumber(reply, valueColumn, t.kind.type, value);
-        return kOk;
+        return Written(reply, AppendNumber(reply, valueColumn, t.kind.type, value));
     }
+    uint32_t written = kOk;
     for (const Param &p : Params(request))
-        if (p.morId == valueColumn) AppendNumber(reply, valueColumn, t.kind.type, value);
-    return kOk;
+        if (p.morId == valueColumn) written = KeepFirst(written, AppendNumber(reply, valueColumn, t.kind.type, value));
+    return Written(reply, written);
 }
 
 }  // namespace

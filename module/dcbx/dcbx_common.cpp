@@ -56,12 +56,8 @@ std::optional<uint32_t> ReadOwnerColumn(Source source, const Param &p, Owner *ow
     return ReadPlainTfaiColumn(p, &owner->tfai);
 }
 
-void AppendOwner(MOR_MSG reply, Source source, const Owner &owner) {
-    if (source == Source::Remote) {
-        AppendTfai(reply, owner.tfai);
-    } else {
-        AppendEnum(reply, kLocPortIfIndex, owner.ifIndex);
-    }
+uint32_t AppendOwner(MOR_MSG reply, Source source, const Owner &owner) {
+    return source == Source::Remote ? AppendTfai(reply, owner.tfai) : AppendEnum(reply, kLocPortIfIndex, owner.ifIndex);
 }
 
 uint32_t NextRow(Source source, uint32_t selector, RowKey *key, uint32_t *values, size_t count) {

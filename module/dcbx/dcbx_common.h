@@ -56,7 +56,7 @@ template <typename Column>
 }
 
 // Appends the owner's index columns to a get-next reply.
-void AppendOwner(MOR_MSG reply, Source source, const Owner &owner);
+[[nodiscard]] uint32_t AppendOwner(MOR_MSG reply, Source source, const Owner &owner);
 
 // A row key: the owner and up to two sub-indexes (traffic class, priority,
 // or application selector and protocol).

@@ -63,9 +63,11 @@ uint32_t ReadFlag(const LLDP_PORT_AGENT_S &index, uint32_t *value) {
 }
 
 // The value under every parameter that names one of the four columns.
-void AppendColumns(MOR_MSG request, MOR_MSG reply, uint32_t value) {
+[[nodiscard]] uint32_t AppendColumns(MOR_MSG request, MOR_MSG reply, uint32_t value) {
+    uint32_t written = kOk;
     for (const Param &p : Params(request))
-        if (IsTxEnableColumn(p.morId)) AppendEnum(reply, p.morId, value);
+        if (IsTxEnableColumn(p.morId)) written = KeepFirst(written, AppendEnum(reply, p.morId, value));
+    return written;
 }
 
 uint32_t Get(MOR_MSG request, MOR_MSG reply) {
@@ -75,8 +77,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
     uint32_t value = kFalse;
     const uint32_t rc = ReadFlag(rq.index, &value);
     if (rc != kOk) return Fail(reply, rc);
-    AppendColumns(request, reply, value);
-    return kOk;
+    return Written(reply, AppendColumns(request, reply, value));
 }
 
 uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
@@ -95,9 +96,9 @@ uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
     // A next port whose flag cannot be read ends the walk.
     uint32_t value = kFalse;
     if (ReadFlag(row, &value) != kOk) return Fail(reply, kErrNoNext, walk.position);
-    LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &row);
-    AppendColumns(request, reply, value);
-    return kOk;
+    const uint32_t index =
+        LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &row);
+    return Written(reply, FirstFailure({index, AppendColumns(request, reply, value)}));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {

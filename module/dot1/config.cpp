@@ -128,8 +128,7 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (SecondClassAgentMissing(pair.port, pair.agent)) return Fail(reply, kErrNoInstance, walk.position);
         const uint32_t rc = LLDP_mibpub_GetXdot1ConfigPortVlan(pair.port, pair.agent, &value);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value);
-        return kOk;
+        return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value));
     }
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     if (IsDot1Port(pair.port) && pair.agent < kLastAgent) {
@@ -142,8 +141,7 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     // A row that cannot be read ends the walk rather than being skipped.
     if (LLDP_mibpub_GetXdot1ConfigPortVlan(pair.port, pair.agent, &value) != kOk) return Fail(reply, kErrNoNext);
     LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
-    AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value));
 }
 
 uint32_t WritePortVlan(MOR_MSG request, MOR_MSG reply) {
@@ -182,8 +180,7 @@ uint32_t GetSwitchRow(MOR_MSG reply, const IndexWalk &walk, uint32_t column, Rea
     uint32_t value = kFalse;
     const uint32_t rc = read(&value);
     if (rc != kOk) return Fail(reply, rc, walk.position);
-    AppendEnum(reply, column, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, column, value));
 }
 
 // Rows exist for every id 0..4094 of every dot1 configuration port whose
@@ -220,10 +217,11 @@ uint32_t ReadVlanRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         id = 0;
     }
-    AppendEnum(reply, kLocPortIfIndex, port);
-    AppendNumber(reply, T::kIdColumn, T::kIdType, id);
-    AppendEnum(reply, T::kColumn, value);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, port),
+        AppendNumber(reply, T::kIdColumn, T::kIdType, id),
+        AppendEnum(reply, T::kColumn, value),
+    }));
 }
 
 template <typename T>
@@ -262,10 +260,11 @@ uint32_t ReadProtocolRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (port == 0) return Fail(reply, kErrNoNext);
     }
     LLDP_mibpub_GetXdot1ConfigProtocol(port, kProtocolRow, &value);
-    AppendEnum(reply, kLocPortIfIndex, port);
-    AppendUnsigned(reply, kLocProtocolIndex, kProtocolRow);
-    AppendEnum(reply, kCfgProtocolTxEnable, value);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, port),
+        AppendUnsigned(reply, kLocProtocolIndex, kProtocolRow),
+        AppendEnum(reply, kCfgProtocolTxEnable, value),
+    }));
 }
 
 // ---- Table 25: VID usage digest, one row per port ---------------------
@@ -278,12 +277,11 @@ uint32_t ReadVidUsageDigestRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) 
     } else {
         port = NextConfigPort(port);
         if (port == 0) return Fail(reply, kErrNoNext, 0);
-        AppendEnum(reply, kLocPortIfIndex, port);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, port); written != kOk) return Fail(reply, written);
     }
     uint32_t value = kFalse;
     LLDP_mibpub_GetXdot1ConfigVidUsageDigest(port, &value);
-    AppendEnum(reply, mib::lldpV2Xdot1ConfigVidUsageDigestTxEnable, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigVidUsageDigestTxEnable, value));
 }
 
 // ---- Table 26: management VID, one row per port, all agents -----------
@@ -300,10 +298,9 @@ uint32_t ReadManVidRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         port = NextConfigPort(port);
         if (port == 0 || LLDP_mibpub_GetXdot1ConfigManVid(port, FirstAgent(port), &value) != kOk)
             return Fail(reply, kErrNoNext);
-        AppendEnum(reply, kLocPortIfIndex, port);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, port); written != kOk) return Fail(reply, written);
     }
-    AppendEnum(reply, mib::lldpV2Xdot1ConfigManVidTxEnable, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigManVidTxEnable, value));
 }
 
 uint32_t WriteManVidRow(MOR_MSG request, MOR_MSG reply) {

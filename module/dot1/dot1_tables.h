@@ -88,9 +88,11 @@ struct ProtoVlanRow {
     using Row = LLDP_MIB_PROTOVLAN_S;
     using Result = std::array<uint32_t, 2>;  // supported, enabled (network order)
     static Row FromResult(const Result &r) { return Row{TruthValue(NetToHost32(r[0])), TruthValue(NetToHost32(r[1]))}; }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendEnum(reply, SupportedColumn, row.supported);
-        AppendEnum(reply, EnabledColumn, row.enabled);
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return FirstFailure({
+            AppendEnum(reply, SupportedColumn, row.supported),
+            AppendEnum(reply, EnabledColumn, row.enabled),
+        });
     }
 };
 template <uint32_t NameColumn>
@@ -103,8 +105,8 @@ struct VlanNameRow {
         return row;
     }
     // The length is the TLV's, whatever the copied text holds.
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendOctets(reply, NameColumn, row.name, std::min(row.len, kMaxVlanNameLen));
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return AppendOctets(reply, NameColumn, row.name, std::min(row.len, kMaxVlanNameLen));
     }
 };
 

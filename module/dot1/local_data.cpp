@@ -108,7 +108,7 @@ struct LocVidRow {
     using Result = std::array<uint8_t, 4>;
     static uint32_t Get(uint32_t ifIndex, Row *v) { return GetRow(ifIndex, v); }
     static Row FromResult(const Result &r) { return VidOfResult(r); }
-    static void Append(MOR_MSG reply, Row v) { AppendUnsigned(reply, Column, v); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row v) { return AppendUnsigned(reply, Column, v); }
 };
 // The index goes as Unsigned32 in the port VLAN table but as an enumeration
 // in tables 32 and 33; the agent has always seen them so.
@@ -128,11 +128,13 @@ struct LocLinkAgg {
         v.portId = NetToHost32(r.portId);
         return v;
     }
-    static void Append(MOR_MSG reply, const Row &v) {
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &v) {
         uint8_t status = v.status;
         LLDP_util_Overturn(1, &status);
-        AppendOctets(reply, mib::lldpV2Xdot1LocLinkAggStatus, &status, 1);
-        AppendUnsigned(reply, mib::lldpV2Xdot1LocLinkAggPortId, v.portId);
+        return FirstFailure({
+            AppendOctets(reply, mib::lldpV2Xdot1LocLinkAggStatus, &status, 1),
+            AppendUnsigned(reply, mib::lldpV2Xdot1LocLinkAggPortId, v.portId),
+        });
     }
 };
 
@@ -148,15 +150,15 @@ uint32_t ServePortRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
             typename T::Row value{};
             const uint32_t rc = T::Get(ifIndex, &value);
             if (rc != kOk) return Fail(reply, rc, 0);
-            T::Append(reply, value);
-            return kOk;
+            return Written(reply, T::Append(reply, value));
         }
         LLDP_DOT1_ROWKEY_S key{ifIndex, 0};
         typename T::Result result{};
         if (NextLocalRow(T::kKind, false, &key, &result) != kOk) return Fail(reply, kErrNoNext, 0);
-        AppendNumber(reply, kLocPortIfIndex, T::kIndexType, key.ifIndex);
-        T::Append(reply, T::FromResult(result));
-        return kOk;
+        return Written(reply, FirstFailure({
+            AppendNumber(reply, kLocPortIfIndex, T::kIndexType, key.ifIndex),
+            T::Append(reply, T::FromResult(result)),
+        }));
     });
 }
 
@@ -191,8 +193,7 @@ uint32_t ReadTwoPartRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (opType == MOR_OP_GET) {
         const uint32_t rc = T::Get(key, &row);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        T::Append(reply, row);
-        return kOk;
+        return Written(reply, T::Append(reply, row));
     }
     // A port entered without a second index starts at its row 0, which the
     // nodes' get-next (strictly after the key) would pass over. Tried even
@@ -206,10 +207,11 @@ uint32_t ReadTwoPartRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (NextLocalRow(T::kKind, true, &key, &result) != kOk) return Fail(reply, kErrNoNext);
         row = T::FromResult(result);
     }
-    AppendEnum(reply, kLocPortIfIndex, key.ifIndex);
-    AppendNumber(reply, T::kSecondIndex, T::kSecondIndexType, key.index2);
-    T::Append(reply, row);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, key.ifIndex),
+        AppendNumber(reply, T::kSecondIndex, T::kSecondIndexType, key.index2),
+        T::Append(reply, row),
+    }));
 }
 
 template <typename T>

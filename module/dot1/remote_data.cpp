@@ -56,10 +56,9 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_PORT_VLAN, sizeof(result), &tfai, &result);
         if (rc != kOk) return Fail(reply, rc, walk.position);
         vid = NetToHost16(result);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
-    AppendUnsigned(reply, mib::lldpV2Xdot1RemPortVlanId, vid);
-    return kOk;
+    return Written(reply, AppendUnsigned(reply, mib::lldpV2Xdot1RemPortVlanId, vid));
 }
 
 uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -74,13 +73,14 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (rc != kOk) return rc;
     if (opType != MOR_OP_GET) {
         agg.portId = NetToHost32(agg.portId);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
     uint8_t status = agg.status;
     LLDP_util_Overturn(1, &status);
-    AppendOctets(reply, mib::lldpV2Xdot1RemLinkAggStatus, &status, 1);
-    AppendUnsigned(reply, mib::lldpV2Xdot1RemLinkAggPortId, agg.portId);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendOctets(reply, mib::lldpV2Xdot1RemLinkAggStatus, &status, 1),
+        AppendUnsigned(reply, mib::lldpV2Xdot1RemLinkAggPortId, agg.portId),
+    }));
 }
 
 }  // namespace

@@ -93,8 +93,8 @@ struct RemProtocol {
         row.len = NetToHost32(r.len);
         return row;
     }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendOctets(reply, mib::lldpV2Xdot1RemProtocolId, row.id, std::min(row.len, kMaxProtocolIdLen));
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return AppendOctets(reply, mib::lldpV2Xdot1RemProtocolId, row.id, std::min(row.len, kMaxProtocolIdLen));
     }
 };
 
@@ -120,7 +120,7 @@ struct RemVidUsageDigest {
         std::memcpy(&v, r.data(), sizeof(v));
         return NetToHost32(v);
     }
-    static void Append(MOR_MSG reply, Row digest) { AppendUnsigned(reply, mib::lldpV2Xdot1RemVidUsageDigest, digest); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row digest) { return AppendUnsigned(reply, mib::lldpV2Xdot1RemVidUsageDigest, digest); }
 };
 
 struct RemManVid {
@@ -140,7 +140,7 @@ struct RemManVid {
         return kOk;
     }
     static Row FromResult(const Result &r) { return VidOfResult(r); }
-    static void Append(MOR_MSG reply, Row vid) { AppendUnsigned(reply, mib::lldpV2Xdot1RemManVid, vid); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row vid) { return AppendUnsigned(reply, mib::lldpV2Xdot1RemManVid, vid); }
 };
 
 // The row (tfai, sub) from the neighbour's stored TLVs; the daemon's error
@@ -185,13 +185,11 @@ uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
             if (NextRow<T>(&at, &sub, &result) != kOk || at.timeMark != tfai.timeMark || at.ifIndex != tfai.ifIndex ||
                 at.agent != tfai.agent)
                 return Fail(reply, kErrNoInstance, walk.position);
-            T::Append(reply, T::FromResult(result));
-            return kOk;
+            return Written(reply, T::Append(reply, T::FromResult(result)));
         }
         const uint32_t rc = GetRow<T>(tfai, sub, &row);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        T::Append(reply, row);
-        return kOk;
+        return Written(reply, T::Append(reply, row));
     }
     // After a (port, agent) named by the MIB index come the rows of the
     // following pairs, not further neighbours of the same pair.
@@ -207,10 +205,9 @@ uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (NextRow<T>(&tfai, &sub, &result) != kOk) return Fail(reply, kErrNoNext, walk.position);
         row = T::FromResult(result);
     }
-    AppendTfai(reply, tfai);
-    if (T::kForm.subIndex != 0) AppendNumber(reply, T::kForm.subIndex, T::kSubIndexType, sub);
-    T::Append(reply, row);
-    return kOk;
+    if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
+    const uint32_t subIndex = T::kForm.subIndex != 0 ? AppendNumber(reply, T::kForm.subIndex, T::kSubIndexType, sub) : kOk;
+    return Written(reply, FirstFailure({subIndex, T::Append(reply, row)}));
 }
 
 template <RemoteSubTable T>

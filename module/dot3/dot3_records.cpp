@@ -66,19 +66,18 @@ bool IsMacPhyColumn(uint32_t morId) {
     return IsXdot3DataColumn(kXdot3LocPortTable, morId) || IsXdot3DataColumn(kXdot3RemPortTable, morId);
 }
 
-void AppendMacPhyColumn(MOR_MSG reply, uint32_t morId, const LLDP_MIB_XDOT3_MACPHY_S &row) {
+[[nodiscard]] uint32_t AppendMacPhyColumn(MOR_MSG reply, uint32_t morId, const LLDP_MIB_XDOT3_MACPHY_S &row) {
     switch (ColumnOf(morId)) {
-        case kAutoNegSupportedColumn: AppendEnum(reply, morId, row.autoNegSupported); break;
-        case kAutoNegEnabledColumn: AppendEnum(reply, morId, row.autoNegEnabled); break;
+        case kAutoNegSupportedColumn: return AppendEnum(reply, morId, row.autoNegSupported);
+        case kAutoNegEnabledColumn: return AppendEnum(reply, morId, row.autoNegEnabled);
         case kAdvertisedCapColumn: {
             // Most significant octet first; the capability bits keep their order.
             const uint8_t octets[2] = {static_cast<uint8_t>(row.advertisedCap >> 8),
                                        static_cast<uint8_t>(row.advertisedCap & 0xFF)};
-            AppendOctets(reply, morId, octets, sizeof(octets));
-            break;
+            return AppendOctets(reply, morId, octets, sizeof(octets));
         }
-        case kOperMauTypeColumn: AppendUnsigned(reply, morId, row.operMauType); break;
-        default: break;
+        case kOperMauTypeColumn: return AppendUnsigned(reply, morId, row.operMauType);
+        default: return kOk;
     }
 }
 
@@ -106,7 +105,7 @@ uint32_t AppendMacPhyColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, c
         if (IsIndexParam(p.morId)) continue;  // the index is never echoed by this writer
         if (!IsMacPhyColumn(p.morId)) return kErrUnserved;
         // A MAC/PHY column of the other MAC/PHY table is answered before it is refused.
-        AppendMacPhyColumn(reply, p.morId, row);
+        if (const uint32_t rc = AppendMacPhyColumn(reply, p.morId, row); rc != kOk) return rc;
         if (TableOf(p.morId) != tableId) return kErrUnserved;
     }
     return kOk;
@@ -121,14 +120,14 @@ uint32_t AppendPowerColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, co
     uint32_t lastValue = 0;
     for (const Param &p : Params(request)) {
         if (IsIndexParam(p.morId)) {
-            AppendNumber(reply, p.morId, lastType, lastValue);
+            if (const uint32_t rc = AppendNumber(reply, p.morId, lastType, lastValue); rc != kOk) return rc;
             continue;
         }
         if (!IsXdot3DataColumn(tableId, p.morId)) return kErrUnserved;  // nothing appended for it
         const PowerColumn &column = kPowerColumns[ColumnOf(p.morId) - 1];
         lastType = column.typeCode;
         lastValue = row.*column.field;
-        AppendNumber(reply, p.morId, lastType, lastValue);
+        if (const uint32_t rc = AppendNumber(reply, p.morId, lastType, lastValue); rc != kOk) return rc;
     }
     return kOk;
 }
@@ -156,8 +155,7 @@ uint32_t MaxFrameSizeTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
 
 uint32_t MaxFrameSizeTlv::Append(MOR_MSG, MOR_MSG reply, uint32_t tableId, const Row &row) {
     static_assert(ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize) == ColumnOf(mib::lldpV2Xdot3RemMaxFrameSize));
-    AppendUnsigned(reply, MorId(tableId, ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize)), row);
-    return kOk;
+    return AppendUnsigned(reply, MorId(tableId, ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize)), row);
 }
 
 }  // namespace lldpv2

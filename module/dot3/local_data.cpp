@@ -75,7 +75,7 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         // A port that failed its check still positions the search.
         const uint32_t rc = ReadNext<T>(&ifIndex, &row);
         if (rc != kOk) return Fail(reply, rc, kErrorPosition);
-        AppendEnum(reply, kLocPortIfIndex, ifIndex);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, ifIndex); written != kOk) return Fail(reply, written);
     }
     const uint32_t rc = T::Append(request, reply, T::kTable, row);
     return rc == kOk ? kOk : Fail(reply, rc, kErrorPosition);

@@ -75,8 +75,7 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         pair.agent = kRowAgent;
         LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
     }
-    AppendOctets(reply, mib::lldpV2Xdot3PortConfigTLVsTxEnable, &bits, 1);
-    return kOk;
+    return Written(reply, AppendOctets(reply, mib::lldpV2Xdot3PortConfigTLVsTxEnable, &bits, 1));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {

@@ -86,7 +86,7 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(T::kKind, sizeof(result), &tfai, &result);
         if (rc != kOk) return Fail(reply, rc);
         T::FromResult(result, &row);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
     const uint32_t rc = T::Append(request, reply, T::kTable, row);
     return rc == kOk ? kOk : Fail(reply, rc);

@@ -43,15 +43,18 @@ build: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
 
 $(SAN_BUILD)/CMakeCache.txt:
-	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DLLDPV2_SANITIZE=ON -DLLDPV2_BUILD_AGENT=OFF \
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DLLDPV2_SANITIZE=ON -DLLDPV2_WERROR=ON -DLLDPV2_BUILD_AGENT=OFF \
 	  -DLLDPV2_BUILD_BENCH=OFF -DLLDPV2_MIBS_DIR=$(MIBS)
 
 build-san: deps $(SAN_BUILD)/CMakeCache.txt
 	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host ctl_unit_tests
 
 # Every test of the normal build, then the unit tests again under
-# AddressSanitizer and UndefinedBehaviorSanitizer.
-test: build
+# AddressSanitizer and UndefinedBehaviorSanitizer; both builds treat warnings
+# as errors.
+test: deps $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DLLDPV2_WERROR=ON
+	cmake --build $(BUILD) -j $(JOBS)
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 	$(MAKE) --no-print-directory san-test
 

@@ -12,14 +12,25 @@ FUZZ_SECONDS ?= 300
 FUZZ_SMOKE_SECONDS ?= 5
 MIBS ?= $(abspath ../shared/mibs)
 PORT ?= 1161
+# make run: the scenario (default: the built-in one) and a write community (default: none).
+SCENARIO ?=
+RWCOMMUNITY ?=
+# make install: where, and a staging root.
+PREFIX ?= /usr/local
+DESTDIR ?=
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind \
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind snmptrapd \
 	clang libclang-rt-14-dev
+# The live tests: namespaces and veths, scapy as the independent LLDP peer.
+DEB_PACKAGES += iproute2 util-linux python3 python3-scapy
+
+# Only `make deb` needs these.
+DEB_BUILD_PACKAGES := debhelper devscripts lintian fakeroot dpkg-dev
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 
-.PHONY: all deps build build-san build-fuzz fuzz fuzz-smoke test san-test run run-live clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
+.PHONY: all deps deb-deps build build-san build-fuzz fuzz fuzz-smoke test san-test run run-live install deb clean regen-mibtrees bench bench-snmp bench-ctl bench-idle
 
 all: build
 
@@ -38,16 +49,19 @@ build: deps $(BUILD)/CMakeCache.txt
 	cmake --build $(BUILD) -j $(JOBS)
 
 $(SAN_BUILD)/CMakeCache.txt:
-	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DLLDPV2_SANITIZE=ON -DLLDPV2_BUILD_AGENT=OFF \
+	cmake -S . -B $(SAN_BUILD) -DCMAKE_BUILD_TYPE=Debug -DLLDPV2_SANITIZE=ON -DLLDPV2_WERROR=ON -DLLDPV2_BUILD_AGENT=OFF \
 	  -DLLDPV2_BUILD_BENCH=OFF -DLLDPV2_MIBS_DIR=$(MIBS)
 
 build-san: deps $(SAN_BUILD)/CMakeCache.txt
 	cmake --build $(SAN_BUILD) -j $(JOBS) --target unit_tests lldpv2mib lldpv2host ctl_unit_tests
 
 # Every test of the normal build, then the unit tests again under
-# AddressSanitizer and UndefinedBehaviorSanitizer, then a short run of each
-# fuzz target on its committed corpus and regression inputs.
-test: build
+# AddressSanitizer and UndefinedBehaviorSanitizer (both builds treat
+# warnings as errors), then a short run of each fuzz target on its
+# committed corpus and regression inputs.
+test: deps $(BUILD)/CMakeCache.txt
+	cmake -S . -B $(BUILD) -DLLDPV2_WERROR=ON
+	cmake --build $(BUILD) -j $(JOBS)
 	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
 	$(MAKE) --no-print-directory san-test
 	$(MAKE) --no-print-directory fuzz-smoke
@@ -96,7 +110,34 @@ san-test: build-san
 	  ctest --output-on-failure -j $(JOBS) -L unit
 
 run: build
-	@$(BUILD)/agent/lldpv2-agent --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS)
+	@$(BUILD)/agent/lldpv2-agent --print-usage-hints --listen udp:127.0.0.1:$(PORT) --mibs $(MIBS) \
+	  $(if $(SCENARIO),--scenario $(SCENARIO)) $(if $(RWCOMMUNITY),--rwcommunity $(RWCOMMUNITY))
+
+# Installs under PREFIX (staged under DESTDIR when given). The build tree is
+# configured for that prefix first, so the service unit names the right paths.
+install: deps
+	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLLDPV2_MIBS_DIR=$(MIBS) -DCMAKE_INSTALL_PREFIX=$(PREFIX)
+	cmake --build $(BUILD) -j $(JOBS)
+	DESTDIR=$(DESTDIR) cmake --install $(BUILD)
+
+deb-deps: deps
+	@missing=$$(for p in $(DEB_BUILD_PACKAGES); do dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q 'install ok installed' || echo $$p; done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing: $$missing"; \
+	  $(SUDO) apt-get update -qq && \
+	  DEBIAN_FRONTEND=noninteractive $(SUDO) apt-get install -y -qq --no-install-recommends $$missing; \
+	fi
+
+# Builds the Debian package (binary only, unsigned) from a copy of the tree
+# in $(BUILD)/deb (a fixed place, so that ccache serves the next build) into
+# dist/deb/ and checks it with lintian.
+deb: deb-deps
+	@stage=$(abspath $(BUILD))/deb && rm -rf "$$stage" && mkdir -p "$$stage/src" && \
+	tar -C . --exclude=./.git --exclude='./build*' --exclude=./dist/deb --exclude=./obj-\* -cf - . | tar -C "$$stage/src" -xf - && \
+	(cd "$$stage/src" && LLDPV2_MIBS_DIR=$(MIBS) DEB_BUILD_OPTIONS="parallel=$(JOBS) nocheck" \
+	  dpkg-buildpackage -b -us -uc) && \
+	rm -rf dist/deb && mkdir -p dist/deb && cp "$$stage"/*.deb "$$stage"/*.changes "$$stage"/*.buildinfo dist/deb/
+	lintian --fail-on error $$(ls dist/deb/lldpv2mib_*.deb)
 
 # LLDP on real interfaces, as root: make run-live IF=eth0 (or IF=eth0,eth1,
 # or IF=all). The agent sends LLDP frames on them: only interfaces you own.
@@ -129,4 +170,4 @@ bench-idle: build
 	bench/idle_cpu.sh --build $(BUILD)
 
 clean:
-	rm -rf $(BUILD) $(SAN_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(SAN_BUILD) $(FUZZ_BUILD) dist/deb

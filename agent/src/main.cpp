@@ -7,6 +7,7 @@
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/scenario.h"
 #include "lldpv2host/switch.h"
+#include "operations.h"
 #include "agent_log.h"
 #include "event_loop.h"
 #include "server.h"
@@ -92,7 +93,10 @@ int SyslogPriority(lldpv2host::live::LiveSwitch::Level level) {
     return LOG_INFO;
 }
 
+// The installed module next to the installed agent (wherever the tree was
+// installed), else the one built with it, else its install location.
 std::string DefaultModulePath() {
+    if (auto installed = lldpv2agent::NextToExecutable(LLDPV2_MODULE_FROM_BIN)) return *installed;
     std::error_code ec;
     if (std::filesystem::exists(LLDPV2_MODULE_BUILD_PATH, ec)) return LLDPV2_MODULE_BUILD_PATH;
     return LLDPV2_MODULE_INSTALL_PATH;
@@ -163,7 +167,7 @@ int main(int argc, char **argv) {
     lldpv2agent::AccessConfig access;
     std::optional<std::string> agentx;
     std::string modulePath = DefaultModulePath();
-    std::string mibsDir = LLDPV2_MIBS_DIR;
+    std::string mibsDir = lldpv2agent::NextToExecutable(LLDPV2_MIBS_FROM_BIN).value_or(LLDPV2_MIBS_DIR);
     bool hints = false;
     int verbosity = 0;
 
@@ -194,6 +198,9 @@ int main(int argc, char **argv) {
     app.add_option("--mibs", mibsDir, "directory of the MIB modules (for the usage hints)")->capture_default_str();
     app.add_flag("--print-usage-hints", hints, "print commands that query the agent before serving");
     app.add_flag("-v,--verbose", verbosity, "log LLDP events (neighbours, discarded frames); twice: debug");
+    app.set_version_flag("--version", std::string(kAppName) + " " + LLDPV2_VERSION);
+    lldpv2agent::OperationsOptions operations;
+    lldpv2agent::AddOperationsOptions(app, operations);
     CLI11_PARSE(app, argc, argv);
 
     lldpv2host::SetScenarioSizeLimit(maxScenarioSize);
@@ -275,6 +282,10 @@ int main(int argc, char **argv) {
         std::cerr << kAppName << ": " << error << "\n";
         return 1;
     }
+    if (std::string e = lldpv2agent::PrepareOperations(operations, config.Dir(), kAppName, !agentx); !e.empty()) {
+        std::cerr << kAppName << ": " << e << "\n";
+        return 2;
+    }
     lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentx);
     // No log line per SNMP request ("Connection from ...").
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
@@ -314,6 +325,7 @@ int main(int argc, char **argv) {
         std::string where = agentx ? "as AgentX subagent of " + *agentx : "on " + listen;
         std::string switchText = interfaces ? "interfaces " + *interfaces : "scenario " + scenario.value_or("(default)");
         lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": serving " + modulePath + " " + where + ", " + switchText);
+        lldpv2agent::OperationsServices services(operations, !agentx);
         while (!g_stop) {
             loop.Sync();
             sw.RunDue();

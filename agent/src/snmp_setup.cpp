@@ -88,7 +88,10 @@ void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const s
     // The agent answers from the node records and needs no MIB module text.
     setenv("MIBS", "", 1);
     setenv("MIBDIRS", dir.c_str(), 1);
-    unsetenv("SNMPCONFPATH");
+    // Only this directory, read once: without SNMPCONFPATH net-snmp reads the
+    // configuration directory and then the persistent one, the same here,
+    // which would register every notification destination twice.
+    setenv("SNMPCONFPATH", dir.c_str(), 1);
     unsetenv("SNMP_PERSISTENT_DIR");
 
     // The agent serves its own objects only: no SMUX peers.

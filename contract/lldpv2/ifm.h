@@ -23,6 +23,14 @@ typedef struct IF_SELECT_S {
     uint32_t conditions; /* bit n set: condition n required */
 } IF_SELECT_S;
 
+/* The selection the LLDP walks make: interfaces chosen by type, plain ports
+ * only (valid, not temporary, not a sub-interface), on nodes that are up. */
+enum {
+    IF_SELECT_KIND_BY_TYPE = 5,
+    IF_SELECT_PROPERTY_PLAIN_PORT = 8,
+    IF_SELECT_CONDITION_NODE_UP = 10
+};
+
 typedef struct IF_ITERATOR_S *IF_ITERATOR;
 
 uint32_t IF_GetDataByIfIndex(uint32_t ifIndex, uint32_t attribute, void *out);

@@ -74,6 +74,9 @@ void LLDP_mor_InitIndexPara(LLDP_INDEX_PARA_S *para);
 /* ------------------------------------------------------------------ */
 /* Daemon queries                                                      */
 
+/* Selector of the local management address query (item 13). */
+enum { LLDP_LOCMANADDR_BY_KEY = 2 };
+
 /* Items of LLDP_mor_MibGet / LLDP_mor_Get / LLDP_mor_MibGetNext. */
 enum {
     LLDP_ITEM_IF_STATUS = 1,      /* per (port, agent): interface status buffer */
@@ -89,6 +92,47 @@ enum {
     LLDP_ITEM_DCBX_ADMIN = 23,    /* per port: DCBX admin record; get-next: admin rows */
     LLDP_ITEM_DCBX_LOC = 24,      /* get-next: local DCBX rows of a node */
     LLDP_ITEM_MANADDR_TX = 25     /* get-next: management-address transmit entries */
+};
+
+/* Selectors of the local 802.1 get-next (item 19). */
+enum {
+    LLDP_DOT1LOC_PORT_VLAN = 1,
+    LLDP_DOT1LOC_PROTO_VLAN = 2,   /* by PPVID */
+    LLDP_DOT1LOC_VLAN_NAME = 3,    /* by VLAN id */
+    LLDP_DOT1LOC_MAN_VID = 4,
+    LLDP_DOT1LOC_LINK_AGG = 5
+};
+
+/* Selectors of the local DCBX get-next (item 24): one per column of a basic
+ * row, or one per per-class or per-priority table. */
+enum {
+    LLDP_DCBXLOC_ETS_CBS = 0,
+    LLDP_DCBXLOC_ETS_TCS = 1,
+    LLDP_DCBXLOC_ETS_WILLING = 2,
+    LLDP_DCBXLOC_ETS_PRIORITY = 3,
+    LLDP_DCBXLOC_ETS_BANDWIDTH = 4,
+    LLDP_DCBXLOC_ETS_TSA = 5,
+    LLDP_DCBXLOC_RECO_BANDWIDTH = 6,
+    LLDP_DCBXLOC_RECO_TSA = 7,
+    LLDP_DCBXLOC_PFC_WILLING = 8,
+    LLDP_DCBXLOC_PFC_MBC = 9,
+    LLDP_DCBXLOC_PFC_CAP = 10,
+    LLDP_DCBXLOC_PFC_ENABLE = 11,
+    LLDP_DCBXLOC_APP_PRIORITY = 12
+};
+
+/* Selectors of the DCBX admin get-next (item 23): whole basic rows, or one
+ * per per-class or per-priority table. */
+enum {
+    LLDP_DCBXADM_ETS_BASIC = 0,
+    LLDP_DCBXADM_ETS_PRIORITY = 1,
+    LLDP_DCBXADM_ETS_BANDWIDTH = 2,
+    LLDP_DCBXADM_ETS_TSA = 3,
+    LLDP_DCBXADM_RECO_BANDWIDTH = 4,
+    LLDP_DCBXADM_RECO_TSA = 5,
+    LLDP_DCBXADM_PFC_BASIC = 6,
+    LLDP_DCBXADM_PFC_ENABLE = 7,
+    LLDP_DCBXADM_APP_PRIORITY = 8
 };
 
 /* The fourth argument of LLDP_mor_Get: a node id, or this value to ask the
@@ -108,9 +152,15 @@ uint32_t LLDP_mor_Get(uint32_t ifIndex, uint32_t agent, uint32_t item, uint32_t 
  * *len the result length (0: the node has no further entry). */
 uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para,
                              uint16_t *len, void *result);
-/* The next local port row after *ifIndex with local data of the given kind
- * (0 any, 1 MAC/PHY, 2 power via MDI, 3 maximum frame size); rewrites
- * *ifIndex and fills buf with that port's local LLDPDU. */
+/* Kinds of LLDP_mor_V2MibGetNextLocTable. */
+enum {
+    LLDP_LOC_KIND_ANY = 0,
+    LLDP_LOC_KIND_MAC_PHY = 1,
+    LLDP_LOC_KIND_POWER = 2,
+    LLDP_LOC_KIND_MAX_FRAME = 3
+};
+/* The next local port row after *ifIndex with local data of the given kind;
+ * rewrites *ifIndex and fills buf with that port's local LLDPDU. */
 uint32_t LLDP_mor_V2MibGetNextLocTable(uint32_t kind, uint32_t capacity, uint32_t *ifIndex, void *buf,
                                        uint16_t *len);
 
@@ -382,8 +432,25 @@ LLDPV2_ASSERT_OFFSET(LLDP_REM_SYSTEM_S, portIdSubtype, 264);
 LLDPV2_ASSERT_OFFSET(LLDP_REM_SYSTEM_S, capSupported, 1296);
 LLDPV2_ASSERT_SIZE(LLDP_REM_SYSTEM_S, 1308);
 
-/* Remote sub-table records of item 21 (network order). */
-enum { LLDP_REMSUB_MANADDR = 1, LLDP_REMSUB_UNKNOWN = 2, LLDP_REMSUB_ORGDEF = 3 };
+/* Selectors of the remote sub-table get-next (item 21): the base sub-tables,
+ * the DCBX remote rows and the 802.1 remote lists. Records in network order. */
+enum {
+    LLDP_REMSUB_MANADDR = 1,
+    LLDP_REMSUB_UNKNOWN = 2,
+    LLDP_REMSUB_ORGDEF = 3,
+    LLDP_REMSUB_ETS_BANDWIDTH = 16,      /* ETS configuration bandwidth by class */
+    LLDP_REMSUB_ETS_TSA = 17,            /* ETS configuration TSA by class */
+    LLDP_REMSUB_RECO_BANDWIDTH = 18,     /* ETS recommendation bandwidth by class */
+    LLDP_REMSUB_RECO_TSA = 19,           /* ETS recommendation TSA by class */
+    LLDP_REMSUB_PFC_ENABLE = 20,         /* PFC enable by priority */
+    LLDP_REMSUB_ETS_PRIORITY = 21,       /* ETS priority assignment by priority */
+    LLDP_REMSUB_APP_PRIORITY = 22,       /* application priority by (selector, protocol) */
+    LLDP_REMSUB_PROTO_VLAN = 24,         /* port and protocol VLANs by PPVID */
+    LLDP_REMSUB_VLAN_NAME = 25,          /* VLAN names by VLAN id */
+    LLDP_REMSUB_PROTOCOL = 26,           /* protocol identities by index from 1 */
+    LLDP_REMSUB_VID_USAGE_DIGEST = 27,   /* one per neighbour */
+    LLDP_REMSUB_MAN_VID = 28             /* one per neighbour */
+};
 typedef struct LLDP_REM_MANADDR_REC_S {
     uint32_t ifSubtype;
     uint32_t ifId;

@@ -1,36 +1,22 @@
-// Registration of the base LLDP-V2-MIB table processors.
-#include <array>
-
+// Registration of the base LLDP-V2-MIB table processors (table ids 2 to 15).
 #include "basic/basic_tables.h"
 #include "common/export.h"
 
-namespace {
-
-struct TableRegistration {
-    uint32_t tableId;
-    LLDP_TABLE_PROC_PF proc;
-};
-
-// In increasing table id order.
-constexpr std::array<TableRegistration, 14> kBasicTables = {{
-    {2, lldpv2::GlobalConfigProc},
-    {3, lldpv2::PortConfigProc},
-    {4, lldpv2::DestAddressProc},
-    {5, lldpv2::ManAddrTxProc},
-    {6, lldpv2::StatsRemTablesProc},
-    {7, lldpv2::StatsTxPortProc},
-    {8, lldpv2::StatsRxPortProc},
-    {9, lldpv2::LocalSystemProc},
-    {10, lldpv2::LocalPortProc},
-    {11, lldpv2::LocalManAddrProc},
-    {12, lldpv2::RemoteSystemsProc},
-    {13, lldpv2::RemoteManAddrProc},
-    {14, lldpv2::RemoteUnknownTlvProc},
-    {15, lldpv2::RemoteOrgDefInfoProc},
-}};
-
-}  // namespace
-
 extern "C" LLDPV2_EXPORT void LLDPV2_MIB_InitBasic(void) {
-    for (const TableRegistration &t : kBasicTables) LLDP_mibpub_V2MIBRegisterTableProc(t.tableId, t.proc);
+    using namespace lldpv2;
+    static const TableRegistration kBasicTables[] = {
+        {mib::table::lldpV2Configuration, GlobalConfigProc},
+        {mib::table::lldpV2PortConfigEntry, PortConfigProc},
+        {mib::table::lldpV2DestAddressTableEntry, DestAddressProc},
+        {mib::table::lldpV2ManAddrConfigTxPortsEntry, ManAddrTxProc},
+        {mib::table::lldpV2LocalSystemData, LocalSystemProc},
+        {mib::table::lldpV2LocPortEntry, LocalPortProc},
+        {mib::table::lldpV2LocManAddrEntry, LocalManAddrProc},
+        {mib::table::lldpV2RemEntry, RemoteSystemsProc},
+        {mib::table::lldpV2RemManAddrEntry, RemoteManAddrProc},
+        {mib::table::lldpV2RemUnknownTLVEntry, RemoteUnknownTlvProc},
+        {mib::table::lldpV2RemOrgDefInfoEntry, RemoteOrgDefInfoProc},
+    };
+    RegisterTables(kBasicTables);
+    RegisterTables(kStatisticsTables);
 }

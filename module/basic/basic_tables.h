@@ -1,9 +1,11 @@
 // Table processors of the base LLDP-V2-MIB and the data getters they export.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "common/mibpub.h"
+#include "common/registry.h"
 
 extern "C" {
 
@@ -56,18 +58,17 @@ uint32_t LLDP_mibpub_GetNextLocManAddrTableByIndex(uint32_t selector, LLDP_MANAD
 namespace lldpv2 {
 
 uint32_t GlobalConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t PortConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+extern const LLDP_TABLE_PROC_PF PortConfigProc;
 uint32_t DestAddressProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ManAddrTxProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t StatsRemTablesProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t StatsTxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t StatsRxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+extern const LLDP_TABLE_PROC_PF ManAddrTxProc;
+// The statistics scalars (6) and the transmit (7) and receive (8) counters.
+extern const std::array<TableRegistration, 3> kStatisticsTables;
 uint32_t LocalSystemProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t LocalPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t LocalManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t RemoteSystemsProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t RemoteManAddrProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemoteUnknownTlvProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemoteOrgDefInfoProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+extern const LLDP_TABLE_PROC_PF RemoteUnknownTlvProc;
+extern const LLDP_TABLE_PROC_PF RemoteOrgDefInfoProc;
 
 }  // namespace lldpv2

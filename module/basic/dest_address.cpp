@@ -7,9 +7,6 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kTable = 4;
-constexpr uint32_t kIndex = MorId(kTable, 1);
-constexpr uint32_t kMacAddress = MorId(kTable, 2);
 constexpr uint32_t kPosition = 0;
 constexpr uint32_t kLastAgent = 3;
 
@@ -17,8 +14,7 @@ uint32_t AppendMac(MOR_MSG reply, uint32_t agent) {
     DestMac mac{};
     const uint32_t rc = GetDestMacAddress(agent, &mac);
     if (rc != kOk) return Fail(reply, rc, kPosition);
-    AppendOctets(reply, kMacAddress, mac.addr, mac.len);
-    return kOk;
+    return Written(reply, AppendOctets(reply, mib::lldpV2DestMacAddress, mac.addr, mac.len));
 }
 
 }  // namespace
@@ -29,7 +25,7 @@ uint32_t DestAddressProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (op == Op::Set) return Fail(reply, kErrReadOnly, kPosition);
     if (op == Op::Unserved) return Fail(reply, kErrUnserved, kPosition);
 
-    MOR_PARA para = MOR_GetParaFromMsgByMOR(request, 0, kIndex);
+    MOR_PARA para = MOR_GetParaFromMsgByMOR(request, 0, mib::lldpV2AddressTableIndex);
     const uint32_t index = para != nullptr ? MOR_GetData32(para) : 0;
     if (op == Op::Get) {
         if (LLDP_mibpub_CheckAgent(index, 0) != kOk) return Fail(reply, kErrNoInstance, kPosition);
@@ -38,7 +34,7 @@ uint32_t DestAddressProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     // Get-next, whatever the index check would say.
     if (index >= kLastAgent) return Fail(reply, kErrNoNext, kPosition);
     const uint32_t next = index + 1;
-    AppendUnsigned(reply, kIndex, next);
+    if (const uint32_t written = AppendUnsigned(reply, mib::lldpV2AddressTableIndex, next); written != kOk) return Fail(reply, written);
     return AppendMac(reply, next);
 }
 

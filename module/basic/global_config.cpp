@@ -10,8 +10,6 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kTable = 2;
-constexpr uint32_t kBufferSize = 4096;
 constexpr uint32_t kSetScope = 1;
 
 struct Scalar {
@@ -21,13 +19,13 @@ struct Scalar {
 };
 
 constexpr std::array<Scalar, 7> kScalars = {{
-    {MorId(kTable, 1), &LLDP_MIB_GLBCFG_S::txInterval, LLDP_GLB_TX_INTERVAL},
-    {MorId(kTable, 2), &LLDP_MIB_GLBCFG_S::holdMultiplier, LLDP_GLB_HOLD_MULTIPLIER},
-    {MorId(kTable, 3), &LLDP_MIB_GLBCFG_S::reinitDelay, LLDP_GLB_REINIT_DELAY},
-    {MorId(kTable, 4), &LLDP_MIB_GLBCFG_S::notificationInterval, LLDP_GLB_NOTIFICATION_INTERVAL},
-    {MorId(kTable, 5), &LLDP_MIB_GLBCFG_S::txCreditMax, LLDP_GLB_TX_CREDIT_MAX},
-    {MorId(kTable, 6), &LLDP_MIB_GLBCFG_S::msgFastTx, LLDP_GLB_MSG_FAST_TX},
-    {MorId(kTable, 7), &LLDP_MIB_GLBCFG_S::txFastInit, LLDP_GLB_TX_FAST_INIT},
+    {mib::lldpV2MessageTxInterval, &LLDP_MIB_GLBCFG_S::txInterval, LLDP_GLB_TX_INTERVAL},
+    {mib::lldpV2MessageTxHoldMultiplier, &LLDP_MIB_GLBCFG_S::holdMultiplier, LLDP_GLB_HOLD_MULTIPLIER},
+    {mib::lldpV2ReinitDelay, &LLDP_MIB_GLBCFG_S::reinitDelay, LLDP_GLB_REINIT_DELAY},
+    {mib::lldpV2NotificationInterval, &LLDP_MIB_GLBCFG_S::notificationInterval, LLDP_GLB_NOTIFICATION_INTERVAL},
+    {mib::lldpV2TxCreditMax, &LLDP_MIB_GLBCFG_S::txCreditMax, LLDP_GLB_TX_CREDIT_MAX},
+    {mib::lldpV2MessageFastTx, &LLDP_MIB_GLBCFG_S::msgFastTx, LLDP_GLB_MSG_FAST_TX},
+    {mib::lldpV2TxFastInit, &LLDP_MIB_GLBCFG_S::txFastInit, LLDP_GLB_TX_FAST_INIT},
 }};
 
 const Scalar *FindScalar(uint32_t morId) {
@@ -41,7 +39,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
     const uint32_t rc = LLDP_mibpub_GetGlbCfg(&view);
     if (rc != kOk) return Fail(reply, rc);
     // An empty get is answered with a single placeholder parameter.
-    if (HasNoParams(request)) return AppendUnsigned(reply, kWholeRequest, 0), kOk;
+    if (HasNoParams(request)) return Written(reply, AppendUnsigned(reply, kWholeRequest, 0));
 
     // One get answers one scalar: the last one named.
     uint32_t morId = kWholeRequest;
@@ -52,8 +50,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
         morId = p.morId;
         value = view.*(s->field);
     }
-    AppendUnsigned(reply, morId, value);
-    return kOk;
+    return Written(reply, AppendUnsigned(reply, morId, value));
 }
 
 uint32_t Set(MOR_MSG request, MOR_MSG reply) {
@@ -77,20 +74,14 @@ uint32_t Set(MOR_MSG request, MOR_MSG reply) {
 }  // namespace
 
 uint32_t GlobalConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    switch (ClassifyOp(opType)) {
-        case Op::Phase: return kOk;
-        case Op::Get: return Get(request, reply);
-        case Op::Set: return Set(request, reply);
-        case Op::GetNext:  // the scalar group is walked by the agent
-        case Op::Unserved: break;
-    }
-    return Fail(reply, kErrUnserved);
+    return ServeScalars(
+        opType, reply, [&] { return Get(request, reply); }, [&] { return Set(request, reply); });
 }
 
 }  // namespace lldpv2
 
 extern "C" LLDPV2_EXPORT uint32_t LLDP_mibpub_GetGlbCfg(LLDP_MIB_GLBCFG_S *view) {
-    uint8_t buf[lldpv2::kBufferSize];
+    uint8_t buf[lldpv2::kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(0, 0, LLDP_ITEM_GLOBAL_CFG, sizeof(buf), buf, &len);
     if (rc != lldpv2::kOk) return rc;

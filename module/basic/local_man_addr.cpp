@@ -11,15 +11,7 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kTable = 11;
-constexpr uint32_t kSubtype = MorId(kTable, 1);
-constexpr uint32_t kAddress = MorId(kTable, 2);
-constexpr uint32_t kAddrLen = MorId(kTable, 3);
-constexpr uint32_t kIfSubtype = MorId(kTable, 4);
-constexpr uint32_t kIfId = MorId(kTable, 5);
-constexpr uint32_t kOid = MorId(kTable, 6);
-constexpr uint32_t kSelector = 2;
-constexpr uint32_t kBufferSize = 4096;
+constexpr uint32_t kSelector = LLDP_LOCMANADDR_BY_KEY;
 
 void RecordToHost(LLDP_LOC_MANADDR_S *rec) {
     rec->addrLen = NetToHost32(rec->addrLen);
@@ -31,16 +23,14 @@ void RecordToHost(LLDP_LOC_MANADDR_S *rec) {
 void FillPara(uint32_t selector, const LLDP_MANADDR_KEY_S &key, LLDP_INDEX_PARA_S *para) {
     LLDP_mor_InitIndexPara(para);
     para->selector = selector;
-    para->manAddr = key;
-    para->manAddr.subtype = HostToNet32(key.subtype);
-    para->manAddr.len = HostToNet32(key.len);
+    ManAddrKey::Put(key, para);
 }
 
 uint32_t QueryNode(uint16_t node, uint32_t selector, const LLDP_MANADDR_KEY_S &key, LLDP_LOC_MANADDR_S *out) {
     if (IF_IsNodeUp(node) != 1) return kErrNoProcessor;
     LLDP_INDEX_PARA_S para;
     FillPara(selector, key, &para);
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = sizeof(buf);
     const uint32_t rc = LLDP_mor_Get(0, 1, LLDP_ITEM_LOC_MANADDR, node, &para, &len, buf);
     if (rc != kOk) return rc;
@@ -53,12 +43,12 @@ uint32_t QueryNode(uint16_t node, uint32_t selector, const LLDP_MANADDR_KEY_S &k
 uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_MANADDR_KEY_S key{};
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (p.morId == kAddress) return ReadManAddrPara(p.handle, &key);
-        if (p.morId == kSubtype) {
+        if (p.morId == mib::lldpV2LocManAddr) return ReadManAddrPara(p.handle, &key);
+        if (p.morId == mib::lldpV2LocManAddrSubtype) {
             key.subtype = p.U32();
             return (key.subtype == 1 || key.subtype == 2) ? kOk : kErrNoInstance;
         }
-        return (p.morId < kSubtype || p.morId > kOid) ? kErrUnserved : kOk;
+        return (p.morId < mib::lldpV2LocManAddrSubtype || p.morId > mib::lldpV2LocManAddrOID) ? kErrUnserved : kOk;
     });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     const uint32_t position = walk.position;
@@ -70,14 +60,17 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         const uint32_t rc = LLDP_mibpub_GetNextLocManAddrTableByIndex(kSelector, &key, &rec);
         if (rc != kOk) return Fail(reply, rc, position);
-        AppendEnum(reply, kSubtype, key.subtype);
-        AppendOctets(reply, kAddress, key.addr, key.len);
+        if (const uint32_t written = FirstFailure({
+            AppendEnum(reply, mib::lldpV2LocManAddrSubtype, key.subtype),
+            AppendOctets(reply, mib::lldpV2LocManAddr, key.addr, key.len),
+        }); written != kOk) return Fail(reply, written);
     }
-    AppendUnsigned(reply, kAddrLen, rec.addrLen);
-    AppendEnum(reply, kIfSubtype, rec.ifSubtype);
-    AppendUnsigned(reply, kIfId, rec.ifId);
-    AppendNullOid(reply, kOid);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendUnsigned(reply, mib::lldpV2LocManAddrLen, rec.addrLen),
+        AppendEnum(reply, mib::lldpV2LocManAddrIfSubtype, rec.ifSubtype),
+        AppendUnsigned(reply, mib::lldpV2LocManAddrIfId, rec.ifId),
+        AppendNullOid(reply, mib::lldpV2LocManAddrOID),
+    }));
 }
 
 }  // namespace
@@ -111,27 +104,12 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetLocManAddrTable(uint32_t selector, const L
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetNextLocManAddrTableByIndex(uint32_t selector, LLDP_MANADDR_KEY_S *key,
                                                                  LLDP_LOC_MANADDR_S *record) {
     if (key->subtype > 2) return kErrNoNext;
-    struct Candidate {
-        LLDP_MANADDR_KEY_S key;
-        LLDP_LOC_MANADDR_S rec;
-    };
-    Candidate best{};
-    const uint32_t rc = SmallestOverNodes(
-        &best,
-        [&](uint16_t node, Candidate *c) {
-            LLDP_INDEX_PARA_S para;
-            FillPara(selector, *key, &para);
-            if (!NodeGetNext(LLDP_ITEM_LOC_MANADDR, node, &para, sizeof(c->rec), &c->rec)) return false;
-            c->key = para.manAddr;
-            c->key.subtype = NetToHost32(c->key.subtype);
-            c->key.len = NetToHost32(c->key.len);
-            return true;
-        },
-        [](const Candidate &a, const Candidate &b) { return LLDP_util_CmpManAddrIndex(&a.key, &b.key) < 0; });
-    if (rc != kOk) return kErrNoNext;
-    RecordToHost(&best.rec);
-    *key = best.key;
-    *record = best.rec;
+    SubRowKey<ManAddrKey, NoSubIndex> at{*key, {}};
+    LLDP_LOC_MANADDR_S rec{};
+    if (NextSubRow(LLDP_ITEM_LOC_MANADDR, selector, &at, &rec) != kOk) return kErrNoNext;
+    RecordToHost(&rec);
+    *key = at.owner;
+    *record = rec;
     return kOk;
 }
 

@@ -10,22 +10,9 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kBufferSize = 4096;
 constexpr uint32_t kLocalHeaderLen = 4;
 
-constexpr uint32_t kSystem = 9;
-constexpr uint32_t kChassisIdSubtype = MorId(kSystem, 1);
-constexpr uint32_t kChassisId = MorId(kSystem, 2);
-constexpr uint32_t kSysName = MorId(kSystem, 3);
-constexpr uint32_t kSysDesc = MorId(kSystem, 4);
-constexpr uint32_t kSysCapSupported = MorId(kSystem, 5);
-constexpr uint32_t kSysCapEnabled = MorId(kSystem, 6);
 
-constexpr uint32_t kPort = 10;
-constexpr uint32_t kPortIfIndex = MorId(kPort, 1);
-constexpr uint32_t kPortIdSubtype = MorId(kPort, 2);
-constexpr uint32_t kPortId = MorId(kPort, 3);
-constexpr uint32_t kPortDesc = MorId(kPort, 4);
 
 uint32_t TextLen(const char *text, size_t capacity) { return static_cast<uint32_t>(strnlen(text, capacity)); }
 
@@ -37,12 +24,12 @@ uint32_t GetSystem(MOR_MSG request, MOR_MSG reply) {
     const CapBits enabled = CapabilityBits(sys.capEnabled);
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case kChassisIdSubtype: AppendEnum(reply, p.morId, sys.chassisIdSubtype); break;
-            case kChassisId: AppendOctets(reply, p.morId, sys.chassisId, sys.chassisIdLen); break;
-            case kSysName: AppendOctets(reply, p.morId, sys.sysName, TextLen(sys.sysName, sizeof(sys.sysName))); break;
-            case kSysDesc: AppendOctets(reply, p.morId, sys.sysDesc, TextLen(sys.sysDesc, sizeof(sys.sysDesc))); break;
-            case kSysCapSupported: AppendOctets(reply, p.morId, supported.octets, 2); break;
-            case kSysCapEnabled: AppendOctets(reply, p.morId, enabled.octets, 2); break;
+            case mib::lldpV2LocChassisIdSubtype: status = KeepFirst(status, AppendEnum(reply, p.morId, sys.chassisIdSubtype)); break;
+            case mib::lldpV2LocChassisId: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.chassisId, sys.chassisIdLen)); break;
+            case mib::lldpV2LocSysName: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.sysName, TextLen(sys.sysName, sizeof(sys.sysName)))); break;
+            case mib::lldpV2LocSysDesc: status = KeepFirst(status, AppendOctets(reply, p.morId, sys.sysDesc, TextLen(sys.sysDesc, sizeof(sys.sysDesc)))); break;
+            case mib::lldpV2LocSysCapSupported: status = KeepFirst(status, AppendOctets(reply, p.morId, supported.octets, 2)); break;
+            case mib::lldpV2LocSysCapEnabled: status = KeepFirst(status, AppendOctets(reply, p.morId, enabled.octets, 2)); break;
             default: status = kErrUnserved; break;  // later columns are still answered
         }
     }
@@ -57,7 +44,7 @@ void DecodeLocalPort(const uint8_t *buf, uint16_t len, LLDP_LOC_PORT_S *record) 
 }
 
 uint32_t NextLocalPort(uint32_t *ifIndex, LLDP_LOC_PORT_S *record) {
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_V2MibGetNextLocTable(0, sizeof(buf), ifIndex, buf, &len);
     if (rc != kOk) return rc;
@@ -67,7 +54,7 @@ uint32_t NextLocalPort(uint32_t *ifIndex, LLDP_LOC_PORT_S *record) {
 }
 
 uint32_t ReadPort(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    MOR_PARA para = MOR_GetParaFromMsgByMOR(request, 0, kPortIfIndex);
+    MOR_PARA para = MOR_GetParaFromMsgByMOR(request, 0, mib::lldpV2LocPortIfIndex);
     uint32_t ifIndex = para != nullptr ? MOR_GetData32(para) : 0;
     LLDP_LOC_PORT_S record{};
     if (opType == MOR_OP_GET) {
@@ -77,16 +64,17 @@ uint32_t ReadPort(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         const uint32_t rc = NextLocalPort(&ifIndex, &record);
         if (rc != kOk) return Fail(reply, rc);
-        AppendEnum(reply, kPortIfIndex, ifIndex);
+        if (const uint32_t written = AppendEnum(reply, mib::lldpV2LocPortIfIndex, ifIndex); written != kOk) return Fail(reply, written);
     }
     uint32_t status = kOk;
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case kPortIfIndex: break;  // never echoed here
-            case kPortIdSubtype: AppendEnum(reply, p.morId, record.portIdSubtype); break;
-            case kPortId: AppendOctets(reply, p.morId, record.portId, record.portIdLen); break;
-            case kPortDesc:
-                AppendOctets(reply, p.morId, record.portDesc, TextLen(record.portDesc, sizeof(record.portDesc)));
+            case mib::lldpV2LocPortIfIndex: break;  // never echoed here
+            case mib::lldpV2LocPortIdSubtype: status = KeepFirst(status, AppendEnum(reply, p.morId, record.portIdSubtype)); break;
+            case mib::lldpV2LocPortId: status = KeepFirst(status, AppendOctets(reply, p.morId, record.portId, record.portIdLen)); break;
+            case mib::lldpV2LocPortDesc:
+                status = KeepFirst(status, AppendOctets(reply, p.morId, record.portDesc,
+                                                        TextLen(record.portDesc, sizeof(record.portDesc))));
                 break;
             default: status = kErrUnserved; break;
         }
@@ -97,14 +85,8 @@ uint32_t ReadPort(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
 }  // namespace
 
 uint32_t LocalSystemProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    switch (ClassifyOp(opType)) {
-        case Op::Phase: return kOk;
-        case Op::Set: return Fail(reply, kErrReadOnly);
-        case Op::Get: return GetSystem(request, reply);
-        case Op::GetNext:  // the scalar group is walked by the agent
-        case Op::Unserved: break;
-    }
-    return Fail(reply, kErrUnserved);
+    return ServeScalars(
+        opType, reply, [&] { return GetSystem(request, reply); }, [&] { return Fail(reply, kErrReadOnly); });
 }
 
 uint32_t LocalPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -118,7 +100,7 @@ using namespace lldpv2;
 extern "C" {
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetLocalSystemData(LLDP_LOC_SYSTEM_S *record) {
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(0, 0, LLDP_ITEM_LOC_SYSTEM, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
@@ -130,7 +112,7 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetLocPortTable(uint32_t ifIndex, uint32_t ag
     uint32_t hasData = 1;
     IF_GetDataByIfIndex(ifIndex, IF_ATTR_LLDP_DATA, &hasData);
     if (hasData == 0) return kErrNoInstance;
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(ifIndex, agent, LLDP_ITEM_LOC_PORT, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;

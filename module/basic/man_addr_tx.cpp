@@ -5,29 +5,18 @@
 
 #include "basic/basic_tables.h"
 #include "common/reply.h"
+#include "common/tlv_cfg.h"
 #include "common/walks.h"
 
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kTable = 5;
-constexpr uint32_t kIfIndex = MorId(kTable, 1);
-constexpr uint32_t kDestAddressIndex = MorId(kTable, 2);
-constexpr uint32_t kSubtype = MorId(kTable, 3);
-constexpr uint32_t kAddress = MorId(kTable, 4);
-constexpr uint32_t kTxEnable = MorId(kTable, 5);
-constexpr uint32_t kRowStatus = MorId(kTable, 6);
 constexpr uint16_t kStrict = 1;
-constexpr uint32_t kBufferSize = 4096;
-constexpr uint32_t kSubtypeIpv4 = 1;
-constexpr uint32_t kSubtypeIpv6 = 2;
-constexpr uint32_t kFamilyIpv4 = 0;
-constexpr uint32_t kFamilyIpv6 = 2;
-
+// Management address subtypes, and the address families of the daemon's record.
+enum : uint32_t { kSubtypeIpv4 = 1, kSubtypeIpv6 = 2 };
+enum : uint32_t { kFamilyIpv4 = 0, kFamilyIpv6 = 2 };
 // RowStatus values a set accepts.
-constexpr uint32_t kActive = 1;
-constexpr uint32_t kCreateAndGo = 4;
-constexpr uint32_t kDestroy = 6;
+enum : uint32_t { kActive = 1, kCreateAndGo = 4, kDestroy = 6 };
 
 struct Key {
     uint32_t ifIndex = 0;
@@ -56,19 +45,20 @@ uint32_t ReadExact(const Key &key, MOR_MSG reply) {
     const uint32_t wantLen = key.addr.subtype == kSubtypeIpv4 ? 4 : 16;
     if (IsPortAgentValid(key.ifIndex, key.agent) != 1 || !SubtypeValid(key.addr.subtype) || key.addr.len != wantLen)
         return Fail(reply, kErrNoInstance);
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = sizeof(buf);
     if (LLDP_mor_Get(key.ifIndex, key.agent, LLDP_ITEM_TLV_CFG, LLDP_NODE_OF_IFINDEX, nullptr, &len, buf) != kOk ||
         len == 0)
         return Fail(reply, kErrNoInstance);
-    TlvCfg cfg;
+    TlvCfg cfg(TlvCfgRelease::Always);
     if (cfg.Parse(buf, len) != 0) return Fail(reply, kErrNoInstance);
     const LLDP_TLV_CFG_ENTRY_S &entry = cfg.get().entry[LLDP_TLVBIT_MAN_ADDR];
     if (!MatchesConfigured(key, static_cast<const LLDP_MANADDR_REC_S *>(entry.data)))
         return Fail(reply, kErrNoInstance);
-    AppendEnum(reply, kTxEnable, TruthValue(entry.enable));
-    AppendEnum(reply, kRowStatus, kActive);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(entry.enable)),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, kActive),
+    }));
 }
 
 struct Candidate {
@@ -102,31 +92,32 @@ uint32_t ReadNext(const Key &key, uint32_t position, MOR_MSG reply) {
         });
     if (rc != kOk) return Fail(reply, rc, position);
     const LLDP_PORT_AGENT_S pair{NetToHost32(best.para.ifIndex), NetToHost32(best.para.index2)};
-    LLDP_mibpub_SetIndexToReplyMsg(reply, kIfIndex, kDestAddressIndex, &pair);
-    AppendEnum(reply, kSubtype, best.addr.subtype);
-    AppendOctets(reply, kAddress, best.addr.addr, best.addr.len);
-    AppendEnum(reply, kTxEnable, TruthValue(NetToHost32(best.rec.txEnable)));
-    AppendEnum(reply, kRowStatus, NetToHost32(best.rec.rowStatus));
-    return kOk;
+    LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2ManAddrConfigIfIndex, mib::lldpV2ManAddrConfigDestAddressIndex, &pair);
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2ManAddrConfigLocManAddrSubtype, best.addr.subtype),
+        AppendOctets(reply, mib::lldpV2ManAddrConfigLocManAddr, best.addr.addr, best.addr.len),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigTxEnable, TruthValue(NetToHost32(best.rec.txEnable))),
+        AppendEnum(reply, mib::lldpV2ManAddrConfigRowStatus, NetToHost32(best.rec.rowStatus)),
+    }));
 }
 
 uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     Key key;
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
         switch (p.morId) {
-            case kIfIndex:
+            case mib::lldpV2ManAddrConfigIfIndex:
                 key.ifIndex = p.U32();
                 return IsLldpCapablePort(key.ifIndex, kStrict) == 1 ? kOk : kErrNoInstance;
-            case kDestAddressIndex: key.agent = p.U32(); return LLDP_mibpub_CheckAgent(key.agent, 0);
-            case kSubtype:
+            case mib::lldpV2ManAddrConfigDestAddressIndex: key.agent = p.U32(); return LLDP_mibpub_CheckAgent(key.agent, 0);
+            case mib::lldpV2ManAddrConfigLocManAddrSubtype:
                 key.addr.subtype = p.U32();
                 return SubtypeValid(key.addr.subtype) ? kOk : kErrNoInstance;
-            case kAddress:
+            case mib::lldpV2ManAddrConfigLocManAddr:
                 key.addr.len = p.Len();
                 p.Copy(LLDP_MANADDR_CAPACITY, key.addr.addr);
                 return kOk;
-            case kTxEnable:
-            case kRowStatus: return kOk;
+            case mib::lldpV2ManAddrConfigTxEnable:
+            case mib::lldpV2ManAddrConfigRowStatus: return kOk;
             default: return kErrUnserved;
         }
     });
@@ -169,12 +160,7 @@ void BuildRecord(const LLDP_MANADDR_KEY_S &addr, LLDP_MANADDR_REC_S *rec) {
 }
 
 uint32_t SendBlock(const SetRequest &req, const LLDP_MANADDR_REC_S *rec, uint16_t txEnable, uint32_t operation) {
-    LLDP_TLV_CFG_REQ_S block;
-    std::memset(&block, 0, sizeof(block));
-    block.length = 1044;
-    block.mask = 1u << LLDP_TLVBIT_MAN_ADDR;
-    block.word2 = 4;
-    block.word3 = 6;
+    LLDP_TLV_CFG_REQ_S block = TlvCfgRequest(1u << LLDP_TLVBIT_MAN_ADDR, kScopeManAddr);
     if (rec != nullptr) {
         block.dataLen = sizeof(*rec);
         std::memcpy(block.data, rec, sizeof(*rec));
@@ -186,15 +172,15 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
     SetRequest req;
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case kIfIndex: req.key.ifIndex = p.U32(), req.ifIndexPos = p.position; break;
-            case kDestAddressIndex: req.key.agent = p.U32(), req.agentPos = p.position; break;
-            case kSubtype: req.key.addr.subtype = p.U32(), req.subtypePos = p.position; break;
-            case kAddress:
+            case mib::lldpV2ManAddrConfigIfIndex: req.key.ifIndex = p.U32(), req.ifIndexPos = p.position; break;
+            case mib::lldpV2ManAddrConfigDestAddressIndex: req.key.agent = p.U32(), req.agentPos = p.position; break;
+            case mib::lldpV2ManAddrConfigLocManAddrSubtype: req.key.addr.subtype = p.U32(), req.subtypePos = p.position; break;
+            case mib::lldpV2ManAddrConfigLocManAddr:
                 req.key.addr.len = p.Len();
                 p.Copy(LLDP_MANADDR_CAPACITY, req.key.addr.addr);
                 break;
-            case kTxEnable: req.txEnable = p.U32(), req.hasTxEnable = true; break;
-            case kRowStatus:
+            case mib::lldpV2ManAddrConfigTxEnable: req.txEnable = p.U32(), req.hasTxEnable = true; break;
+            case mib::lldpV2ManAddrConfigRowStatus:
                 req.rowStatus = p.U32();
                 req.hasRowStatus = true;
                 if (req.rowStatus != kActive && req.rowStatus != kCreateAndGo && req.rowStatus != kDestroy)
@@ -254,9 +240,6 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
 
 }  // namespace
 
-uint32_t ManAddrTxProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return Read(opType, request, reply); }, [&] { return Write(request, reply); });
-}
+const LLDP_TABLE_PROC_PF ManAddrTxProc = ServeReadWrite<Read, Write>;
 
 }  // namespace lldpv2

@@ -6,18 +6,12 @@
 #include "basic/basic_tables.h"
 #include "common/export.h"
 #include "common/reply.h"
+#include "common/tlv_cfg.h"
 #include "common/walks.h"
 
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kTable = 3;
-constexpr uint32_t kIfIndex = MorId(kTable, 1);
-constexpr uint32_t kDestAddressIndex = MorId(kTable, 2);
-constexpr uint32_t kAdminStatus = MorId(kTable, 3);
-constexpr uint32_t kNotificationEnable = MorId(kTable, 4);
-constexpr uint32_t kTlvsTxEnable = MorId(kTable, 5);
-constexpr uint32_t kBufferSize = 4096;
 constexpr uint16_t kStrict = 1;
 constexpr uint32_t kAdminDisabled = 4;
 
@@ -33,14 +27,14 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S pair;
     LLDP_mibpub_InitPortAgent(&pair);
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
+        const auto index = ReadPairColumn(
+            p, &pair, [](uint32_t port) { return IsLldpCapablePort(port, kStrict) == 1 ? kOk : kErrNoInstance; },
+            [](uint32_t agent) { return LLDP_mibpub_CheckAgent(agent, 0); });
+        if (index) return *index;
         switch (p.morId) {
-            case kIfIndex:
-                pair.port = p.U32();
-                return IsLldpCapablePort(pair.port, kStrict) == 1 ? kOk : kErrNoInstance;
-            case kDestAddressIndex: pair.agent = p.U32(); return LLDP_mibpub_CheckAgent(pair.agent, 0);
-            case kAdminStatus:
-            case kNotificationEnable:
-            case kTlvsTxEnable: return kOk;  // all three columns are answered anyway
+            case mib::lldpV2PortConfigAdminStatus:
+            case mib::lldpV2PortConfigNotificationEnable:
+            case mib::lldpV2PortConfigTLVsTxEnable: return kOk;  // all three columns are answered anyway
             default: return kErrUnserved;
         }
     });
@@ -57,13 +51,14 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         const uint32_t rc =
             NextReadablePair(kStrict, &pair, [&](const LLDP_PORT_AGENT_S &p) { return ReadRow(p.port, p.agent, &row); });
         if (rc != kOk) return Fail(reply, rc, position);
-        LLDP_mibpub_SetIndexToReplyMsg(reply, kIfIndex, kDestAddressIndex, &pair);
+        LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
     }
     // All three columns, whichever the request named.
-    AppendEnum(reply, kAdminStatus, row.adminStatus);
-    AppendEnum(reply, kNotificationEnable, row.notificationEnable);
-    AppendOctets(reply, kTlvsTxEnable, &row.tlvsTxEnable, 1);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, mib::lldpV2PortConfigAdminStatus, row.adminStatus),
+        AppendEnum(reply, mib::lldpV2PortConfigNotificationEnable, row.notificationEnable),
+        AppendOctets(reply, mib::lldpV2PortConfigTLVsTxEnable, &row.tlvsTxEnable, 1),
+    }));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {
@@ -74,23 +69,23 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
     uint8_t tlvs = 0;
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case kIfIndex:
+            case mib::lldpV2PortConfigIfIndex:
                 port = p.U32();
                 if (IsLldpCapablePort(port, kStrict) != 1) return Fail(reply, kErrSetRefused, p.position);
                 break;
-            case kDestAddressIndex:
+            case mib::lldpV2PortConfigDestAddressIndex:
                 agent = p.U32();
                 if (LLDP_mibpub_CheckAgent(agent, 1) != kOk) return Fail(reply, kErrSetRefused, p.position);
                 break;
-            case kAdminStatus:
+            case mib::lldpV2PortConfigAdminStatus:
                 hasAdmin = true;
                 admin = p.U32();
                 break;
-            case kNotificationEnable:
+            case mib::lldpV2PortConfigNotificationEnable:
                 hasNotification = true;
                 notification = p.U32();
                 break;
-            case kTlvsTxEnable: {
+            case mib::lldpV2PortConfigTLVsTxEnable: {
                 hasTlvs = true;
                 uint8_t value[32] = {};
                 p.Copy(sizeof(value), value);
@@ -111,10 +106,7 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
 
 }  // namespace
 
-uint32_t PortConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return Read(opType, request, reply); }, [&] { return Write(request, reply); });
-}
+const LLDP_TABLE_PROC_PF PortConfigProc = ServeReadWrite<Read, Write>;
 
 }  // namespace lldpv2
 
@@ -123,7 +115,7 @@ using namespace lldpv2;
 extern "C" {
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetPortCfgTable(uint32_t port, uint32_t agent, LLDP_MIB_PORTCFG_S *row) {
-    uint8_t buf[kBufferSize];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     uint32_t rc = LLDP_mor_MibGet(port, agent, LLDP_ITEM_IF_STATUS, sizeof(buf), buf, &len);
     if (rc != kOk) return rc;
@@ -133,13 +125,12 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetPortCfgTable(uint32_t port, uint32_t agent
     row->adminStatus = (admin >= 1 && admin <= 3) ? admin : kAdminDisabled;
     row->notificationEnable = TruthValue(status.notification);
 
-    rc = LLDP_mor_MibGet(port, agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
-    if (rc != kOk) return rc;
-    TlvCfg cfg;
-    if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     uint8_t bits = 0;
-    for (size_t i = 0; i < kBasicTlvBits.size(); ++i)
-        if (cfg.Enabled(kBasicTlvBits[i])) bits |= static_cast<uint8_t>(1u << i);
+    rc = ReadTlvCfg(port, agent, TlvCfgRelease::Always, [&](const TlvCfg &cfg) {
+        for (size_t i = 0; i < kBasicTlvBits.size(); ++i)
+            if (cfg.Enabled(kBasicTlvBits[i])) bits |= static_cast<uint8_t>(1u << i);
+    });
+    if (rc != kOk) return rc;
     // Port description lands on the most significant bit (BITS bit 0).
     LLDP_util_Overturn(1, &bits);
     row->tlvsTxEnable = bits;
@@ -163,12 +154,7 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_SetPortConfigTLVsTxEnable(uint32_t port, uint
     uint32_t mask = 0;
     for (size_t i = 0; i < kBasicTlvBits.size(); ++i)
         if (reversed & (1u << i)) mask |= 1u << kBasicTlvBits[i];
-    LLDP_TLV_CFG_REQ_S request;
-    std::memset(&request, 0, sizeof(request));
-    request.length = 1044;
-    request.mask = mask;
-    request.word2 = 3;
-    request.word3 = 1;
+    const LLDP_TLV_CFG_REQ_S request = TlvCfgRequest(mask, kScopeBasicTlvs);
     return LLDP_mor_SetTlvCfg(port, agent, 1, &request);
 }
 

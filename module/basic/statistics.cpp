@@ -17,7 +17,6 @@ constexpr uint32_t kIfStatsMinLen = sizeof(LLDP_IF_STATS_S);
 
 // ---- Table 6: remote-table statistics scalars -------------------------
 
-constexpr uint32_t kRemTables = 6;
 
 struct RemStatsColumn {
     uint32_t morId;
@@ -26,11 +25,11 @@ struct RemStatsColumn {
 };
 
 constexpr std::array<RemStatsColumn, 5> kRemStatsColumns = {{
-    {MorId(kRemTables, 1), MOR_TYPE_TIMEMARK, &LLDP_MIB_REMSTATS_S::lastChangeTime},
-    {MorId(kRemTables, 2), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::inserts},
-    {MorId(kRemTables, 3), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::deletes},
-    {MorId(kRemTables, 4), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::drops},
-    {MorId(kRemTables, 5), MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::ageouts},
+    {mib::lldpV2StatsRemTablesLastChangeTime, MOR_TYPE_TIMEMARK, &LLDP_MIB_REMSTATS_S::lastChangeTime},
+    {mib::lldpV2StatsRemTablesInserts, MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::inserts},
+    {mib::lldpV2StatsRemTablesDeletes, MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::deletes},
+    {mib::lldpV2StatsRemTablesDrops, MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::drops},
+    {mib::lldpV2StatsRemTablesAgeouts, MOR_TYPE_UNSIGNED, &LLDP_MIB_REMSTATS_S::ageouts},
 }};
 
 uint32_t GetRemStats(MOR_MSG request, MOR_MSG reply) {
@@ -45,7 +44,7 @@ uint32_t GetRemStats(MOR_MSG request, MOR_MSG reply) {
             status = kErrUnserved;
             continue;
         }
-        AppendNumber(reply, col->morId, col->typeCode, stats.*(col->field));
+        if (const uint32_t written = AppendNumber(reply, col->morId, col->typeCode, stats.*(col->field)); written != kOk) return Fail(reply, written);
     }
     return status == kOk ? kOk : Fail(reply, status);
 }
@@ -53,34 +52,37 @@ uint32_t GetRemStats(MOR_MSG request, MOR_MSG reply) {
 // ---- Tables 7 and 8: per (port, agent) counters -----------------------
 
 struct PortStatsColumn {
-    uint32_t column;
+    uint32_t morId;
     uint32_t typeCode;
     uint32_t LLDP_IF_STATS_S::*field;
 };
 
 struct PortStatsTable {
-    uint32_t table;
-    uint32_t lastColumn;
+    uint32_t portMor;
+    uint32_t agentMor;
+    uint32_t lastMor;
     std::span<const PortStatsColumn> columns;
 };
 
 constexpr std::array<PortStatsColumn, 2> kTxColumns = {{
-    {3, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesOut},
-    {4, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::lengthErrors},
+    {mib::lldpV2StatsTxPortFramesTotal, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesOut},
+    {mib::lldpV2StatsTxLLDPDULengthErrors, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::lengthErrors},
 }};
 
 // The ageouts counter goes as type 2, unlike the other counters of the row.
 constexpr std::array<PortStatsColumn, 6> kRxColumns = {{
-    {3, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesDiscarded},
-    {4, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesInError},
-    {5, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesIn},
-    {6, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsDiscarded},
-    {7, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsUnrecognized},
-    {8, MOR_TYPE_UNSIGNED, &LLDP_IF_STATS_S::ageouts},
+    {mib::lldpV2StatsRxPortFramesDiscardedTotal, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesDiscarded},
+    {mib::lldpV2StatsRxPortFramesErrors, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesInError},
+    {mib::lldpV2StatsRxPortFramesTotal, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::framesIn},
+    {mib::lldpV2StatsRxPortTLVsDiscardedTotal, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsDiscarded},
+    {mib::lldpV2StatsRxPortTLVsUnrecognizedTotal, MOR_TYPE_COUNTER, &LLDP_IF_STATS_S::tlvsUnrecognized},
+    {mib::lldpV2StatsRxPortAgeoutsTotal, MOR_TYPE_UNSIGNED, &LLDP_IF_STATS_S::ageouts},
 }};
 
-constexpr PortStatsTable kTxTable{7, 4, kTxColumns};
-constexpr PortStatsTable kRxTable{8, 8, kRxColumns};
+constexpr PortStatsTable kTxTable{mib::lldpV2StatsTxIfIndex, mib::lldpV2StatsTxDestMACAddress,
+                                  mib::lldpV2StatsTxLLDPDULengthErrors, kTxColumns};
+constexpr PortStatsTable kRxTable{mib::lldpV2StatsRxDestIfIndex, mib::lldpV2StatsRxDestMACAddress,
+                                  mib::lldpV2StatsRxPortAgeoutsTotal, kRxColumns};
 
 uint32_t FetchRow(const LLDP_PORT_AGENT_S &pair, LLDP_IF_STATS_S *row) {
     if (IsPortAgentValid(pair.port, pair.agent) != 1) return kErrNoInstance;
@@ -89,14 +91,14 @@ uint32_t FetchRow(const LLDP_PORT_AGENT_S &pair, LLDP_IF_STATS_S *row) {
 }
 
 uint32_t ReadPortStats(const PortStatsTable &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    const uint32_t portMor = MorId(t.table, 1);
-    const uint32_t agentMor = MorId(t.table, 2);
+    const uint32_t portMor = t.portMor;
+    const uint32_t agentMor = t.agentMor;
     LLDP_PORT_AGENT_S pair;
     LLDP_mibpub_InitPortAgent(&pair);
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
         if (p.morId == agentMor) return ReadAgentIndexPara(p.handle, &pair.agent);
         if (p.morId == portMor) return ReadPortIndexPara(p.handle, &pair.port);
-        return (p.morId < portMor || p.morId > MorId(t.table, t.lastColumn)) ? kErrUnserved : kOk;
+        return (p.morId < portMor || p.morId > t.lastMor) ? kErrUnserved : kOk;
     });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     const uint32_t position = walk.position;
@@ -111,34 +113,29 @@ uint32_t ReadPortStats(const PortStatsTable &t, uint32_t opType, MOR_MSG request
         LLDP_mibpub_SetIndexToReplyMsg(reply, portMor, agentMor, &pair);
     }
     // Every data column of the row, whatever the request named.
-    for (const PortStatsColumn &c : t.columns) AppendNumber(reply, MorId(t.table, c.column), c.typeCode, row.*(c.field));
-    return kOk;
+    uint32_t written = kOk;
+    for (const PortStatsColumn &c : t.columns)
+        written = KeepFirst(written, AppendNumber(reply, c.morId, c.typeCode, row.*(c.field)));
+    return Written(reply, written);
 }
 
-uint32_t PortStatsProc(const PortStatsTable &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+template <const PortStatsTable &t>
+uint32_t PortStatsProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     return ServeReadOnly(opType, reply, [&] { return ReadPortStats(t, opType, request, reply); });
+}
+
+uint32_t StatsRemTablesProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeScalars(
+        opType, reply, [&] { return GetRemStats(request, reply); }, [&] { return Fail(reply, kErrReadOnly); });
 }
 
 }  // namespace
 
-uint32_t StatsRemTablesProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    switch (ClassifyOp(opType)) {
-        case Op::Phase: return kOk;
-        case Op::Set: return Fail(reply, kErrReadOnly);
-        case Op::Get: return GetRemStats(request, reply);
-        case Op::GetNext:
-        case Op::Unserved: break;
-    }
-    return Fail(reply, kErrUnserved);
-}
-
-uint32_t StatsTxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return PortStatsProc(kTxTable, opType, request, reply);
-}
-
-uint32_t StatsRxPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return PortStatsProc(kRxTable, opType, request, reply);
-}
+const std::array<TableRegistration, 3> kStatisticsTables = {{
+    {mib::table::lldpV2Statistics, StatsRemTablesProc},
+    {mib::table::lldpV2StatsTxPortEntry, PortStatsProc<kTxTable>},
+    {mib::table::lldpV2StatsRxPortEntry, PortStatsProc<kRxTable>},
+}};
 
 }  // namespace lldpv2
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "lldpv2/mor.h"
+#include "mibtrees/mor_ids.h"
 
 namespace lldpv2 {
 
@@ -30,6 +31,11 @@ inline constexpr uint32_t kErrStoppedGet = 0x61010057;
 inline constexpr uint32_t kErrNoInstance = 0x61010058;
 inline constexpr uint32_t kErrNoNext = 0x61010059;
 
+// Stack buffers of the daemon's answers: local, configuration and admin data,
+// and the stored LLDPDU information of a neighbour.
+inline constexpr uint32_t kLocalBufferSize = 4096;
+inline constexpr uint32_t kRemoteBufferSize = 8192;
+
 // Parameter position meaning "the whole request".
 inline constexpr uint32_t kWholeRequest = MOR_PARA_INDEX_ALL;
 
@@ -52,7 +58,9 @@ constexpr Op ClassifyOp(uint32_t opType) {
 }
 
 // TruthValue as sent to the agent: true (1) only when the daemon's flag is exactly 1.
-constexpr uint32_t TruthValue(uint32_t flag) { return flag == 1 ? 1u : 2u; }
+inline constexpr uint32_t kTrue = 1;
+inline constexpr uint32_t kFalse = 2;
+constexpr uint32_t TruthValue(uint32_t flag) { return flag == 1 ? kTrue : kFalse; }
 
 // Network byte order conversions of the daemon's records.
 constexpr uint32_t NetToHost32(uint32_t v) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <utility>
 
 #include "lldpv2/platform.h"
 
@@ -39,42 +40,50 @@ private:
     uint16_t *nodes_ = nullptr;
 };
 
-// A parsed TLV transmit configuration, released on scope exit once parsed.
-class TlvCfg {
+// Runs a cleanup when the scope ends, on every path; for the platform's
+// paired calls (begin/end, init/finalize) that have no object of their own.
+template <typename F>
+class [[nodiscard]] ScopeExit {
 public:
-    TlvCfg() = default;
-    ~TlvCfg() {
-        if (parsed_) LLDP_util_ClearTLVCfg(&cfg_);
-    }
-    TlvCfg(const TlvCfg &) = delete;
-    TlvCfg &operator=(const TlvCfg &) = delete;
-    // Parses buf; non-zero when it does not parse (nothing to release then).
-    uint32_t Parse(const void *buf, uint16_t len) {
-        uint32_t rc = LLDP_util_CreateFromTLVCfgBuf(buf, len, &cfg_);
-        parsed_ = rc == 0;
-        return rc;
-    }
-    const LLDP_TLV_CFG_S &get() const { return cfg_; }
-    bool Enabled(uint32_t tlvBit) const { return cfg_.entry[tlvBit].enable == 1; }
+    explicit ScopeExit(F f) : f_(std::move(f)) {}
+    ~ScopeExit() { f_(); }
+    ScopeExit(const ScopeExit &) = delete;
+    ScopeExit &operator=(const ScopeExit &) = delete;
 
 private:
-    LLDP_TLV_CFG_S cfg_{};
-    bool parsed_ = false;
+    F f_;
 };
 
-// A decoded list freed by a library function on scope exit.
-template <typename T, void (*FreeFn)(T *)>
+// The single owner of what a library allocated, freed with FreeFn on scope
+// exit. Move-only: a copy would free twice. release() hands the pointer on
+// and leaves the owner empty.
+template <typename T, auto FreeFn>
 class Owned {
 public:
     Owned() = default;
     explicit Owned(T *p) : p_(p) {}
-    ~Owned() {
-        if (p_ != nullptr) FreeFn(p_);
-    }
+    ~Owned() { reset(); }
     Owned(const Owned &) = delete;
     Owned &operator=(const Owned &) = delete;
+    Owned(Owned &&other) noexcept : p_(other.release()) {}
+    Owned &operator=(Owned &&other) noexcept {
+        if (this != &other) {
+            reset();
+            p_ = other.release();
+        }
+        return *this;
+    }
     T *get() const { return p_; }
     T **out() { return &p_; }
+    [[nodiscard]] T *release() {
+        T *p = p_;
+        p_ = nullptr;
+        return p;
+    }
+    void reset() {
+        if (p_ != nullptr) FreeFn(p_);
+        p_ = nullptr;
+    }
 
 private:
     T *p_ = nullptr;

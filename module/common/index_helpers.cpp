@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/export.h"
+#include "common/port_types.h"
 #include "common/mibpub.h"
 #include "common/reply.h"
 
@@ -13,26 +14,23 @@ namespace {
 
 struct PortClassRow {
     PortClass cls;
-    std::array<uint32_t, 14> types;
-    size_t count;
+    std::span<const uint32_t> types;
     std::array<bool, 4> agents;  // indexed by agent 1..3
 };
 
 // Interface type codes by class, and the agents each class allows.
 constexpr std::array<PortClassRow, 4> kPortClasses = {{
-    {PortClass::Ordinary, {18, 19, 21, 88, 68, 69, 22, 23, 25, 89, 70, 71, 26, 28}, 14, {false, true, true, true}},
-    {PortClass::Second, {56, 67}, 2, {false, false, true, true}},
-    {PortClass::CustomerBridgeOnly, {82, 87}, 2, {false, false, false, true}},
-    {PortClass::NearestBridgeOnly, {31, 35}, 2, {false, true, false, false}},
+    {PortClass::Ordinary, kOrdinaryPortTypes, {false, true, true, true}},
+    {PortClass::Second, kSecondClassPortTypes, {false, false, true, true}},
+    {PortClass::CustomerBridgeOnly, kCustomerBridgeOnlyPortTypes, {false, false, false, true}},
+    {PortClass::NearestBridgeOnly, kNearestBridgeOnlyPortTypes, {false, true, false, false}},
 }};
 
 }  // namespace
 
 PortClass ClassOfPortType(uint32_t type) {
-    for (const auto &row : kPortClasses) {
-        const auto *end = row.types.begin() + row.count;
-        if (std::find(row.types.begin(), end, type) != end) return row.cls;
-    }
+    for (const auto &row : kPortClasses)
+        if (HasType(row.types, type)) return row.cls;
     return PortClass::NotLldp;
 }
 
@@ -78,9 +76,9 @@ uint32_t ReadPortIndexPara(MOR_PARA para, uint32_t *port) {
 
 uint32_t ReadTfaiIndexPara(uint32_t morId, MOR_PARA para, LLDP_TFAI_S *tfai) {
     switch (morId) {
-        case MorId(12, 1): tfai->timeMark = MOR_GetData32(para); return kOk;
-        case MorId(12, 2): return ReadPortIndexPara(para, &tfai->ifIndex);
-        case MorId(12, 3): return ReadAgentIndexPara(para, &tfai->agent);
+        case mib::lldpV2RemTimeMark: tfai->timeMark = MOR_GetData32(para); return kOk;
+        case mib::lldpV2RemLocalIfIndex: return ReadPortIndexPara(para, &tfai->ifIndex);
+        case mib::lldpV2RemLocalDestMACAddress: return ReadAgentIndexPara(para, &tfai->agent);
         default: tfai->remIndex = MOR_GetData32(para); return kOk;
     }
 }
@@ -141,16 +139,19 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_CheckLackIndex(MOR_MSG request, uint32_t morI
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_SetIndexToReplyMsg(MOR_MSG reply, uint32_t portMorId, uint32_t agentMorId,
                                                       const LLDP_PORT_AGENT_S *pair) {
-    AppendEnum(reply, portMorId, pair->port);
+    // The helper answers with the status of its last append, as its callers
+    // in other modules expect; the earlier ones are not passed on.
+    static_cast<void>(AppendEnum(reply, portMorId, pair->port));
     return AppendUnsigned(reply, agentMorId, pair->agent);
 }
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_SetTfaiToReplyMsg(MOR_MSG reply, uint32_t timeMarkMorId, uint32_t portMorId,
                                                      uint32_t agentMorId, uint32_t remIndexMorId,
                                                      const LLDP_TFAI_S *tfai) {
-    AppendTimeMark(reply, timeMarkMorId, tfai->timeMark);
-    AppendEnum(reply, portMorId, tfai->ifIndex);
-    AppendUnsigned(reply, agentMorId, tfai->agent);
+    // The status of the last append, like LLDP_mibpub_SetIndexToReplyMsg.
+    static_cast<void>(AppendTimeMark(reply, timeMarkMorId, tfai->timeMark));
+    static_cast<void>(AppendEnum(reply, portMorId, tfai->ifIndex));
+    static_cast<void>(AppendUnsigned(reply, agentMorId, tfai->agent));
     return AppendUnsigned(reply, remIndexMorId, tfai->remIndex);
 }
 

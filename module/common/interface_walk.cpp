@@ -2,23 +2,15 @@
 #include <array>
 
 #include "common/export.h"
+#include "common/guards.h"
+#include "common/port_types.h"
 #include "common/mibpub.h"
 
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kSelectKind = 5;
-constexpr uint32_t kSelectProperty = 8;
-constexpr uint32_t kSelectCondition = 10;
 
-// Interface types of the standard LLDP port selection, in the order they are added.
-constexpr std::array<uint32_t, 14> kStandardTypes = {18, 19, 21, 88, 68, 69, 22, 23, 25, 89, 70, 71, 26, 28};
-// Added after the standard ones for the (port, agent) walk.
-constexpr std::array<uint32_t, 4> kStrictExtraTypes = {56, 67, 31, 35};
-constexpr std::array<uint32_t, 2> kLenientExtraTypes = {82, 87};
-
-template <size_t N>
-void AddTypes(IF_SELECT_S *selection, const std::array<uint32_t, N> &types) {
+void AddTypes(IF_SELECT_S *selection, std::span<const uint32_t> types) {
     for (uint32_t type : types) IF_SelectType_Set(type, selection);
 }
 
@@ -26,10 +18,13 @@ void AddTypes(IF_SELECT_S *selection, const std::array<uint32_t, N> &types) {
 
 uint32_t GetNextPortAgent(uint16_t strict, uint32_t port, uint32_t agent, uint32_t *nextPort, uint32_t *nextAgent) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
-    AddTypes(&selection, kStandardTypes);
-    AddTypes(&selection, kStrictExtraTypes);
-    if (strict != 1) AddTypes(&selection, kLenientExtraTypes);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
+    // The ordinary types, then the second and nearest-bridge-only classes;
+    // the customer-bridge-only class only on a lenient walk.
+    AddTypes(&selection, kOrdinaryPortTypes);
+    AddTypes(&selection, kSecondClassPortTypes);
+    AddTypes(&selection, kNearestBridgeOnlyPortTypes);
+    if (strict != 1) AddTypes(&selection, kCustomerBridgeOnlyPortTypes);
 
     if (IF_IsValidIfIndex(port) != 0) {
         uint32_t type = kUnknownPortType;
@@ -79,17 +74,16 @@ extern "C" {
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetNextIfIndexByIfIndex(uint32_t ifIndex, IF_SELECT_S *selection) {
     IF_ITERATOR iterator = IF_IteratorInitialize(ifIndex, selection);
     if (iterator == nullptr) return 0;
-    IF_SelectProperty_Set(kSelectProperty, selection);
-    IF_SelectCondition_Set(kSelectCondition, selection);
-    const uint32_t next = IF_GetNextIfIndexByIfSelect(selection, iterator, ifIndex);
-    IF_IteratorFinalize(&iterator);
-    return next;
+    const ScopeExit finalize([&iterator] { IF_IteratorFinalize(&iterator); });
+    IF_SelectProperty_Set(IF_SELECT_PROPERTY_PLAIN_PORT, selection);
+    IF_SelectCondition_Set(IF_SELECT_CONDITION_NODE_UP, selection);
+    return IF_GetNextIfIndexByIfSelect(selection, iterator, ifIndex);
 }
 
 LLDPV2_EXPORT uint32_t GetNextIfIndexByIfIndex(uint32_t ifIndex) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
-    AddTypes(&selection, kStandardTypes);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
+    AddTypes(&selection, kOrdinaryPortTypes);
     return LLDP_mibpub_GetNextIfIndexByIfIndex(ifIndex, &selection);
 }
 

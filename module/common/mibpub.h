@@ -65,22 +65,22 @@ bool AgentAllowed(PortClass cls, uint32_t agent);
 bool IsAgentIndexValid(uint32_t agent);
 // 1 when the port is an LLDP port; customer-bridge-only ports count only when
 // strict is not 1.
-uint32_t IsLldpCapablePort(uint32_t ifIndex, uint16_t strict);
+[[nodiscard]] uint32_t IsLldpCapablePort(uint32_t ifIndex, uint16_t strict);
 // 1 when the agent may run on the port, judged from its type alone.
-uint32_t IsPortAgentValid(uint32_t ifIndex, uint32_t agent);
+[[nodiscard]] uint32_t IsPortAgentValid(uint32_t ifIndex, uint32_t agent);
 
 // Index readers: they store the value first and check it after, so that a
 // get-next can still position its search on a bad index.
-uint32_t ReadAgentIndexPara(MOR_PARA para, uint32_t *agent);
-uint32_t ReadPortIndexPara(MOR_PARA para, uint32_t *port);
-uint32_t ReadTfaiIndexPara(uint32_t morId, MOR_PARA para, LLDP_TFAI_S *tfai);
-uint32_t ReadManAddrPara(MOR_PARA para, LLDP_MANADDR_KEY_S *key);
+[[nodiscard]] uint32_t ReadAgentIndexPara(MOR_PARA para, uint32_t *agent);
+[[nodiscard]] uint32_t ReadPortIndexPara(MOR_PARA para, uint32_t *port);
+[[nodiscard]] uint32_t ReadTfaiIndexPara(uint32_t morId, MOR_PARA para, LLDP_TFAI_S *tfai);
+[[nodiscard]] uint32_t ReadManAddrPara(MOR_PARA para, LLDP_MANADDR_KEY_S *key);
 
 struct DestMac {
     uint8_t addr[6];
     uint32_t len;
 };
-uint32_t GetDestMacAddress(uint32_t agent, DestMac *mac);
+[[nodiscard]] uint32_t GetDestMacAddress(uint32_t agent, DestMac *mac);
 
 // Keys and results of the remote TLV lookups.
 struct UnknownTlvKey {
@@ -100,12 +100,12 @@ struct RemTlvInfo {
     uint32_t len;
     uint8_t info[kUnknownInfoMax + 1];
 };
-uint32_t GetRemOrgDefInfo(const OrgDefKey &key, RemTlvInfo *out);
-uint32_t GetRemUnknownTlv(const UnknownTlvKey &key, RemTlvInfo *out);
+[[nodiscard]] uint32_t GetRemOrgDefInfo(const OrgDefKey &key, RemTlvInfo *out);
+[[nodiscard]] uint32_t GetRemUnknownTlv(const UnknownTlvKey &key, RemTlvInfo *out);
 
 // Next (port, agent) pair after (port, agent) in interface order; 0 or
 // kErrGeneral at the end. Strict walks skip customer-bridge-only ports.
-uint32_t GetNextPortAgent(uint16_t strict, uint32_t port, uint32_t agent, uint32_t *nextPort,
+[[nodiscard]] uint32_t GetNextPortAgent(uint16_t strict, uint32_t port, uint32_t agent, uint32_t *nextPort,
                           uint32_t *nextAgent);
 
 }  // namespace lldpv2

@@ -4,37 +4,29 @@
 #include <cstring>
 
 #include "common/guards.h"
+#include "common/lldpdu_fetch.h"
 #include "common/mibpub.h"
 
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kRemInfoCapacity = 8192;
-
 // Decoded unknown or organizationally defined TLVs, freed with the library's
 // node release function on scope exit.
+template <void (*FreeNode)(void *)>
+void FreeTlvResults(void *head) {
+    LLDP_libbasic_FreeUnknownTLV(head, FreeNode);
+}
 template <typename Node, void (*FreeNode)(void *)>
-class TlvResultList {
-public:
-    ~TlvResultList() { LLDP_libbasic_FreeUnknownTLV(head_, FreeNode); }
-    Node **out() { return &head_; }
-    Node *head() const { return head_; }
-
-private:
-    Node *head_ = nullptr;
-};
+using TlvResultList = Owned<Node, FreeTlvResults<FreeNode>>;
 
 // Fetches the neighbour's TLVs and lets parse collect the TLVs it wants;
 // the split list is released as soon as parsing is done.
 template <typename Parse>
 uint32_t FetchAndParse(const LLDP_TFAI_S &tfai, Parse parse, uint32_t *parseResult) {
-    uint8_t buf[kRemInfoCapacity];
-    uint16_t len = 0;
-    const uint32_t rc = LLDP_mor_GetRemTableByTFAI(&tfai, sizeof(buf), buf, &len);
+    RemoteLldpdu pdu;
+    const uint32_t rc = pdu.Fetch(tfai);
     if (rc != kOk) return rc;
-    TlvList list;
-    LLDP_mibpub_RemInfoToTLVList(buf, len, list.get());
-    *parseResult = parse(list.get());
+    *parseResult = pdu.DecodeOnce(parse);
     return kOk;
 }
 
@@ -54,7 +46,7 @@ uint32_t GetRemOrgDefInfo(const OrgDefKey &key, RemTlvInfo *out) {
         &parsed);
     if (rc != kOk) return rc;
     if (parsed != kOk) return kErrNoInstance;
-    for (const LLDP_ORGDEF_TLV_S *n = orgDef.head(); n != nullptr; n = n->next) {
+    for (const LLDP_ORGDEF_TLV_S *n = orgDef.get(); n != nullptr; n = n->next) {
         if (std::memcmp(n->oui, key.oui, 3) == 0 && n->subtype == key.subtype && n->index == key.index) {
             CopyInfo(n->info, n->len, kOrgDefInfoMax, out);
             return kOk;
@@ -72,7 +64,7 @@ uint32_t GetRemUnknownTlv(const UnknownTlvKey &key, RemTlvInfo *out) {
         &parsed);
     if (rc != kOk) return rc;
     if (parsed != kOk) return kErrNoInstance;
-    for (const LLDP_UNKNOWN_TLV_S *n = unknown.head(); n != nullptr; n = n->next) {
+    for (const LLDP_UNKNOWN_TLV_S *n = unknown.get(); n != nullptr; n = n->next) {
         if (n->type == key.type) {
             CopyInfo(n->info, n->len, kUnknownInfoMax, out);
             return kOk;

@@ -12,9 +12,9 @@
 namespace lldpv2::dcbx {
 namespace {
 
-constexpr uint32_t kSelectorColumn = 1;
-constexpr uint32_t kProtocolColumn = 2;
-constexpr uint32_t kPriorityColumn = 3;
+constexpr uint32_t kSelectorColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAESelector);
+constexpr uint32_t kProtocolColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAEProtocol);
+constexpr uint32_t kPriorityColumn = ColumnOf(mib::lldpXdot1dcbxLocApplicationPriorityAEPriority);
 
 struct Table {
     uint32_t table;
@@ -26,9 +26,9 @@ struct Table {
 };
 
 constexpr std::array<Table, 3> kTables = {{
-    {56, Source::Local, 12, kProtocolColumn},
-    {65, Source::Remote, 22, kSelectorColumn},
-    {74, Source::Admin, 8, kProtocolColumn},
+    {mib::table::lldpXdot1dcbxLocApplicationPriorityAppEntry, Source::Local, LLDP_DCBXLOC_APP_PRIORITY, kProtocolColumn},
+    {mib::table::lldpXdot1dcbxRemApplicationPriorityAppEntry, Source::Remote, LLDP_REMSUB_APP_PRIORITY, kSelectorColumn},
+    {mib::table::lldpXdot1dcbxAdminApplicationPriorityAppEntry, Source::Admin, LLDP_DCBXADM_APP_PRIORITY, kProtocolColumn},
 }};
 
 // The priority of the first entry of the application, or kErrNoInstance.
@@ -67,8 +67,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const uint32_t protocolColumn = MorId(t.table, kProtocolColumn);
     const uint32_t priorityColumn = MorId(t.table, kPriorityColumn);
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner, [&](const Param &p) -> uint32_t {
         if (p.morId == selectorColumn) {
             key.index2 = p.U32();
         } else if (p.morId == protocolColumn) {
@@ -84,8 +83,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (opType == MOR_OP_GET) {
         const uint32_t rc = ReadPriority(t, key, &priority);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendUnsigned(reply, priorityColumn, Answer(priority));
-        return kOk;
+        return Written(reply, AppendUnsigned(reply, priorityColumn, Answer(priority)));
     }
     const bool asNamed = walk.code == kOk &&
                          LLDP_mibpub_CheckLackIndex(request, MorId(t.table, t.completeColumn)) == 1 &&
@@ -96,11 +94,12 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (rc != kOk) return Fail(reply, rc, walk.position);
         priority = static_cast<uint8_t>(value);
     }
-    AppendOwner(reply, t.source, key.owner);
-    AppendEnum(reply, selectorColumn, key.index2);
-    AppendUnsigned(reply, protocolColumn, key.index3);
-    AppendUnsigned(reply, priorityColumn, Answer(priority));
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendOwner(reply, t.source, key.owner),
+        AppendEnum(reply, selectorColumn, key.index2),
+        AppendUnsigned(reply, protocolColumn, key.index3),
+        AppendUnsigned(reply, priorityColumn, Answer(priority)),
+    }));
 }
 
 }  // namespace

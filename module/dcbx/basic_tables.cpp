@@ -75,27 +75,27 @@ Row PfcFromAdmin(const DCBX_ADMIN_S &rec) {
 // Columns 1..3: credit-based shaper support, traffic classes supported, willing.
 constexpr Family kEts{
     {{
-        {MOR_TYPE_ENUM, Conversion::Truth, Shown::WhenPresent, 0, LLDP_REM_KIND_ETS_CBS},
-        {MOR_TYPE_UNSIGNED, Conversion::ClassCount, Shown::WhenPresent, 1, LLDP_REM_KIND_ETS_TCS},
-        {MOR_TYPE_ENUM, Conversion::Truth, Shown::Always, 2, LLDP_REM_KIND_ETS_WILLING},
+        {MOR_TYPE_ENUM, Conversion::Truth, Shown::WhenPresent, LLDP_DCBXLOC_ETS_CBS, LLDP_REM_KIND_ETS_CBS},
+        {MOR_TYPE_UNSIGNED, Conversion::ClassCount, Shown::WhenPresent, LLDP_DCBXLOC_ETS_TCS, LLDP_REM_KIND_ETS_TCS},
+        {MOR_TYPE_ENUM, Conversion::Truth, Shown::Always, LLDP_DCBXLOC_ETS_WILLING, LLDP_REM_KIND_ETS_WILLING},
     }},
     EtsFromTlvs,
     EtsFromAdmin,
     &DCBX_ADMIN_S::etsStatus,
-    0,
+    LLDP_DCBXADM_ETS_BASIC,
 };
 
 // Columns 1..3: willing, MACsec bypass capability, PFC capability.
 constexpr Family kPfc{
     {{
-        {MOR_TYPE_ENUM, Conversion::Truth, Shown::Always, 8, LLDP_REM_KIND_PFC_WILLING},
-        {MOR_TYPE_ENUM, Conversion::Truth, Shown::WhenPresent, 9, LLDP_REM_KIND_PFC_MBC},
-        {MOR_TYPE_UNSIGNED, Conversion::Raw, Shown::WhenPresent, 10, LLDP_REM_KIND_PFC_CAP},
+        {MOR_TYPE_ENUM, Conversion::Truth, Shown::Always, LLDP_DCBXLOC_PFC_WILLING, LLDP_REM_KIND_PFC_WILLING},
+        {MOR_TYPE_ENUM, Conversion::Truth, Shown::WhenPresent, LLDP_DCBXLOC_PFC_MBC, LLDP_REM_KIND_PFC_MBC},
+        {MOR_TYPE_UNSIGNED, Conversion::Raw, Shown::WhenPresent, LLDP_DCBXLOC_PFC_CAP, LLDP_REM_KIND_PFC_CAP},
     }},
     PfcFromTlvs,
     PfcFromAdmin,
     &DCBX_ADMIN_S::pfcStatus,
-    6,
+    LLDP_DCBXADM_PFC_BASIC,
 };
 
 struct Table {
@@ -112,12 +112,12 @@ struct Table {
 };
 
 constexpr std::array<Table, 6> kTables = {{
-    {48, Source::Local, &kEts},
-    {57, Source::Remote, &kEts},
-    {66, Source::Admin, &kEts},
-    {54, Source::Local, &kPfc},
-    {63, Source::Remote, &kPfc},
-    {72, Source::Admin, &kPfc},
+    {mib::table::lldpXdot1dcbxLocETSBasicConfigurationEntry, Source::Local, &kEts},
+    {mib::table::lldpXdot1dcbxRemETSBasicConfigurationEntry, Source::Remote, &kEts},
+    {mib::table::lldpXdot1dcbxAdminETSBasicConfigurationEntry, Source::Admin, &kEts},
+    {mib::table::lldpXdot1dcbxLocPFCBasicEntry, Source::Local, &kPfc},
+    {mib::table::lldpXdot1dcbxRemPFCBasicEntry, Source::Remote, &kPfc},
+    {mib::table::lldpXdot1dcbxAdminPFCBasicEntry, Source::Admin, &kPfc},
 }};
 
 uint32_t Convert(Conversion conversion, uint32_t value) {
@@ -178,22 +178,22 @@ uint32_t NextAdminRow(const Table &t, RowKey *key, Row *row) {
     return rc;
 }
 
-void AppendColumns(const Table &t, MOR_MSG request, MOR_MSG reply, const Row &row) {
+[[nodiscard]] uint32_t AppendColumns(const Table &t, MOR_MSG request, MOR_MSG reply, const Row &row) {
+    uint32_t written = kOk;
     for (const Param &p : Params(request)) {
         const std::optional<size_t> i = t.ColumnIndex(p.morId);
         if (!i) continue;
         const Column &c = t.family->columns[*i];
         if (c.shown == Shown::WhenPresent && !row.present[*i]) continue;
-        AppendNumber(reply, p.morId, c.type, Convert(c.conversion, row.value[*i]));
+        written = KeepFirst(written, AppendNumber(reply, p.morId, c.type, Convert(c.conversion, row.value[*i])));
     }
+    return written;
 }
 
 uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
-        return t.ColumnIndex(p.morId) ? kOk : kErrUnserved;
-    });
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner,
+                                        [&](const Param &p) { return t.ColumnIndex(p.morId) ? kOk : kErrUnserved; });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
 
     Row row;
@@ -206,9 +206,8 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         rc = NextByColumns(t, request, &key, &row);
     }
     if (rc != kOk) return Fail(reply, rc, walk.position);
-    if (opType == MOR_OP_GETNEXT) AppendOwner(reply, t.source, key.owner);
-    AppendColumns(t, request, reply, row);
-    return kOk;
+    const uint32_t owner = opType == MOR_OP_GETNEXT ? AppendOwner(reply, t.source, key.owner) : kOk;
+    return Written(reply, FirstFailure({owner, AppendColumns(t, request, reply, row)}));
 }
 
 }  // namespace

@@ -15,8 +15,8 @@ namespace {
 
 // Traffic classes and priorities 0..7.
 constexpr uint32_t kRows = 8;
-constexpr uint32_t kIndexColumn = 1;
-constexpr uint32_t kValueColumn = 2;
+constexpr uint32_t kIndexColumn = ColumnOf(mib::lldpXdot1dcbxLocETSConTrafficClass);
+constexpr uint32_t kValueColumn = ColumnOf(mib::lldpXdot1dcbxLocETSConTrafficClassBandwidth);
 
 using Values = uint8_t[kRows];
 
@@ -106,27 +106,27 @@ constexpr AdminStatus kEts = &DCBX_ADMIN_S::etsStatus;
 constexpr AdminStatus kPfc = &DCBX_ADMIN_S::pfcStatus;
 
 constexpr std::array<Table, 18> kTables = {{
-    FromTlvs(50, Source::Local, 4, kBandwidth, kConfBandwidth),
-    FromTlvs(51, Source::Local, 5, kTsa, kConfTsa),
-    FromTlvs(52, Source::Local, 6, kBandwidth, kRecoBandwidth),
-    FromTlvs(53, Source::Local, 7, kTsa, kRecoTsa),
-    FromTlvs(59, Source::Remote, 16, kBandwidth, kConfBandwidth),
-    FromTlvs(60, Source::Remote, 17, kTsa, kConfTsa),
-    FromTlvs(61, Source::Remote, 18, kBandwidth, kRecoBandwidth),
-    FromTlvs(62, Source::Remote, 19, kTsa, kRecoTsa),
-    FromAdmin(68, 2, kBandwidth, kEts, AdminByte<&DCBX_ADMIN_S::confBandwidth>),
-    FromAdmin(69, 3, kTsa, kEts, AdminByte<&DCBX_ADMIN_S::confTsa>),
-    FromAdmin(70, 4, kBandwidth, kEts, AdminByte<&DCBX_ADMIN_S::recoBandwidth>),
+    FromTlvs(mib::table::lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry, Source::Local, LLDP_DCBXLOC_ETS_BANDWIDTH, kBandwidth, kConfBandwidth),
+    FromTlvs(mib::table::lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry, Source::Local, LLDP_DCBXLOC_ETS_TSA, kTsa, kConfTsa),
+    FromTlvs(mib::table::lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry, Source::Local, LLDP_DCBXLOC_RECO_BANDWIDTH, kBandwidth, kRecoBandwidth),
+    FromTlvs(mib::table::lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry, Source::Local, LLDP_DCBXLOC_RECO_TSA, kTsa, kRecoTsa),
+    FromTlvs(mib::table::lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry, Source::Remote, LLDP_REMSUB_ETS_BANDWIDTH, kBandwidth, kConfBandwidth),
+    FromTlvs(mib::table::lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry, Source::Remote, LLDP_REMSUB_ETS_TSA, kTsa, kConfTsa),
+    FromTlvs(mib::table::lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry, Source::Remote, LLDP_REMSUB_RECO_BANDWIDTH, kBandwidth, kRecoBandwidth),
+    FromTlvs(mib::table::lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry, Source::Remote, LLDP_REMSUB_RECO_TSA, kTsa, kRecoTsa),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry, LLDP_DCBXADM_ETS_BANDWIDTH, kBandwidth, kEts, AdminByte<&DCBX_ADMIN_S::confBandwidth>),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry, LLDP_DCBXADM_ETS_TSA, kTsa, kEts, AdminByte<&DCBX_ADMIN_S::confTsa>),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry, LLDP_DCBXADM_RECO_BANDWIDTH, kBandwidth, kEts, AdminByte<&DCBX_ADMIN_S::recoBandwidth>),
     // The recommendation TSA table reads the configuration TSA bytes, the
     // same as table 69: the admin record's own recommendation TSA is not
     // served by a get.
-    FromAdmin(71, 5, kTsa, kEts, AdminByte<&DCBX_ADMIN_S::confTsa>),
-    FromTlvs(49, Source::Local, 3, kPriorityTc, kConfPriorityTc),
-    FromTlvs(58, Source::Remote, 21, kPriorityTc, kConfPriorityTc),
-    FromAdmin(67, 1, kPriorityTc, kEts, AdminPriorityTc),
-    FromTlvs(55, Source::Local, 11, kEnabled, PfcEnableValues),
-    FromTlvs(64, Source::Remote, 20, kEnabled, PfcEnableValues),
-    FromAdmin(73, 7, kEnabled, kPfc, AdminPfcEnable),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry, LLDP_DCBXADM_RECO_TSA, kTsa, kEts, AdminByte<&DCBX_ADMIN_S::confTsa>),
+    FromTlvs(mib::table::lldpXdot1dcbxLocETSConPriorityAssignmentEntry, Source::Local, LLDP_DCBXLOC_ETS_PRIORITY, kPriorityTc, kConfPriorityTc),
+    FromTlvs(mib::table::lldpXdot1dcbxRemETSConPriorityAssignmentEntry, Source::Remote, LLDP_REMSUB_ETS_PRIORITY, kPriorityTc, kConfPriorityTc),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminETSConPriorityAssignmentEntry, LLDP_DCBXADM_ETS_PRIORITY, kPriorityTc, kEts, AdminPriorityTc),
+    FromTlvs(mib::table::lldpXdot1dcbxLocPFCEnableEntry, Source::Local, LLDP_DCBXLOC_PFC_ENABLE, kEnabled, PfcEnableValues),
+    FromTlvs(mib::table::lldpXdot1dcbxRemPFCEnableEntry, Source::Remote, LLDP_REMSUB_PFC_ENABLE, kEnabled, PfcEnableValues),
+    FromAdmin(mib::table::lldpXdot1dcbxAdminPFCEnableEntry, LLDP_DCBXADM_PFC_ENABLE, kEnabled, kPfc, AdminPfcEnable),
 }};
 
 // The answer of row key.
@@ -153,8 +153,7 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const uint32_t indexColumn = MorId(t.table, kIndexColumn);
     const uint32_t valueColumn = MorId(t.table, kValueColumn);
     RowKey key;
-    const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        if (const std::optional<uint32_t> rc = ReadOwnerColumn(t.source, p, &key.owner)) return *rc;
+    const IndexWalk walk = ReadRowIndex(t.source, request, &key.owner, [&](const Param &p) -> uint32_t {
         if (p.morId == indexColumn) {
             key.index2 = p.U32();
             return key.index2 < kRows ? kOk : kErrNoInstance;
@@ -177,16 +176,18 @@ uint32_t Read(const Table &t, uint32_t opType, MOR_MSG request, MOR_MSG reply) {
             if (rc != kOk) return Fail(reply, rc, walk.position);
             value = t.Answer(value);
         }
-        AppendOwner(reply, t.source, key.owner);
-        AppendUnsigned(reply, indexColumn, key.index2);
+        if (const uint32_t written = FirstFailure({
+            AppendOwner(reply, t.source, key.owner),
+            AppendUnsigned(reply, indexColumn, key.index2),
+        }); written != kOk) return Fail(reply, written);
     }
     if (!t.ValueAsNamed()) {
-        AppendNumber(reply, valueColumn, t.kind.type, value);
-        return kOk;
+        return Written(reply, AppendNumber(reply, valueColumn, t.kind.type, value));
     }
+    uint32_t written = kOk;
     for (const Param &p : Params(request))
-        if (p.morId == valueColumn) AppendNumber(reply, valueColumn, t.kind.type, value);
-    return kOk;
+        if (p.morId == valueColumn) written = KeepFirst(written, AppendNumber(reply, valueColumn, t.kind.type, value));
+    return Written(reply, written);
 }
 
 }  // namespace

@@ -6,17 +6,15 @@
 #include <array>
 #include <cstring>
 
+#include "common/port_types.h"
 #include "common/walks.h"
 
 namespace lldpv2::dcbx {
 namespace {
 
-// Interface types of the ports that carry DCBX.
-constexpr std::array<uint32_t, 6> kDcbxPortTypes = {18, 19, 21, 68, 69, 88};
 
 // The daemon keeps one admin record per port, under the nearest-bridge agent.
 constexpr uint32_t kAdminAgent = 1;
-constexpr uint32_t kAdminCapacity = 4096;
 
 // The largest get-next result: a whole basic row of three 32-bit values.
 constexpr size_t kMaxRowValues = 3;
@@ -44,7 +42,7 @@ void AdminToHost(DCBX_ADMIN_S *rec) {
 uint32_t CheckDcbxPort(uint32_t ifIndex, uint16_t mode) {
     uint32_t type = kUnknownPortType;
     const bool dcbxPort = LLDP_mibpub_GetPortType(ifIndex, &type) == kOk &&
-                          std::find(kDcbxPortTypes.begin(), kDcbxPortTypes.end(), type) != kDcbxPortTypes.end();
+                          HasType(kEthernetPortTypes, type);
     if (dcbxPort) return kOk;
     return mode == kModeSet ? kErrSetRefused : kErrNoInstance;
 }
@@ -55,76 +53,36 @@ std::optional<uint32_t> ReadOwnerColumn(Source source, const Param &p, Owner *ow
         owner->ifIndex = p.U32();
         return CheckDcbxPort(owner->ifIndex, kModeRead);
     }
-    // The neighbour's port must be a plain interface, of any type.
-    switch (p.morId) {
-        case kRemTimeMark: owner->tfai.timeMark = p.U32(); return kOk;
-        case kRemLocalIfIndex: owner->tfai.ifIndex = p.U32(); return LLDP_mibpub_CheckPort(owner->tfai.ifIndex);
-        case kRemLocalDestMac:
-            owner->tfai.agent = p.U32();
-            return LLDP_mibpub_CheckAgent(owner->tfai.agent, kModeRead);
-        case kRemIndex: owner->tfai.remIndex = p.U32(); return kOk;
-        default: return std::nullopt;
-    }
+    return ReadPlainTfaiColumn(p, &owner->tfai);
 }
 
-void AppendOwner(MOR_MSG reply, Source source, const Owner &owner) {
-    if (source == Source::Remote) {
-        AppendTfai(reply, owner.tfai);
-    } else {
-        AppendEnum(reply, kLocPortIfIndex, owner.ifIndex);
-    }
+uint32_t AppendOwner(MOR_MSG reply, Source source, const Owner &owner) {
+    return source == Source::Remote ? AppendTfai(reply, owner.tfai) : AppendEnum(reply, kLocPortIfIndex, owner.ifIndex);
 }
 
 uint32_t NextRow(Source source, uint32_t selector, RowKey *key, uint32_t *values, size_t count) {
     if (count > kMaxRowValues) return kErrNoNext;
-    struct Candidate {
-        RowKey key;
-        uint32_t values[kMaxRowValues];
-    };
-    const bool remote = source == Source::Remote;
-    Candidate best{};
-    const uint32_t rc = SmallestOverNodes(
-        &best,
-        [&](uint16_t node, Candidate *c) {
-            LLDP_INDEX_PARA_S para;
-            LLDP_mor_InitIndexPara(&para);
-            para.selector = selector;
-            if (remote) {
-                para.tfai = key->owner.tfai;
-            } else {
-                para.ifIndex = HostToNet32(key->owner.ifIndex);
-            }
-            para.index2 = HostToNet32(key->index2);
-            para.index3 = HostToNet32(key->index3);
-            const auto size = static_cast<uint16_t>(count * sizeof(uint32_t));
-            if (!NodeGetNext(ItemOf(source), node, &para, size, c->values)) return false;
-            if (remote) {
-                c->key.owner.tfai = para.tfai;
-            } else {
-                c->key.owner.ifIndex = NetToHost32(para.ifIndex);
-            }
-            c->key.index2 = NetToHost32(para.index2);
-            c->key.index3 = NetToHost32(para.index3);
-            return true;
-        },
-        [&](const Candidate &a, const Candidate &b) {
-            if (remote) {
-                const int32_t cmp = LLDP_util_CmpTfai(&a.key.owner.tfai, &b.key.owner.tfai);
-                if (cmp != 0) return cmp < 0;
-            }
-            return KeyLess({{a.key.owner.ifIndex, b.key.owner.ifIndex},
-                            {a.key.index2, b.key.index2},
-                            {a.key.index3, b.key.index3}});
-        });
+    std::array<uint32_t, kMaxRowValues> found{};
+    const auto size = static_cast<uint16_t>(count * sizeof(uint32_t));
+    const Index23::Key sub{key->index2, key->index3};
+    uint32_t rc = kOk;
+    if (source == Source::Remote) {
+        SubRowKey<TfaiOwner, Index23> at{key->owner.tfai, sub};
+        rc = NextSubRow(ItemOf(source), selector, &at, &found, size);
+        if (rc == kOk) *key = RowKey{Owner{0, at.owner}, at.sub.index2, at.sub.index3};
+    } else {
+        SubRowKey<PortOwner, Index23> at{key->owner.ifIndex, sub};
+        rc = NextSubRow(ItemOf(source), selector, &at, &found, size);
+        if (rc == kOk) *key = RowKey{Owner{at.owner, {}}, at.sub.index2, at.sub.index3};
+    }
     if (rc != kOk) return rc;
-    *key = best.key;
-    for (size_t i = 0; i < count; ++i) values[i] = NetToHost32(best.values[i]);
+    for (size_t i = 0; i < count; ++i) values[i] = NetToHost32(found[i]);
     return kOk;
 }
 
 uint32_t ReadAdmin(uint32_t ifIndex, AdminStatus status, DCBX_ADMIN_S *rec) {
     if (ifIndex == 0) return kErrNoInstance;
-    uint8_t buf[kAdminCapacity];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_MibGet(ifIndex, kAdminAgent, LLDP_ITEM_DCBX_ADMIN, sizeof(buf), buf, &len);
     // A short record is no row, whatever the daemon answered.

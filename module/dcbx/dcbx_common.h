@@ -22,7 +22,7 @@ namespace lldpv2::dcbx {
 enum class Source { Local, Remote, Admin };
 
 // Index column of the Loc and Admin tables: lldpV2LocPortIfIndex.
-inline constexpr uint32_t kLocPortIfIndex = MorId(10, 1);
+inline constexpr uint32_t kLocPortIfIndex = mib::lldpV2LocPortIfIndex;
 
 // Modes of the index checks: a read answers "no such instance", a set
 // "refused".
@@ -31,7 +31,7 @@ inline constexpr uint16_t kModeSet = 1;
 
 // Whether ifIndex is a port that can carry DCBX: a valid interface of one of
 // the DCBX port types.
-uint32_t CheckDcbxPort(uint32_t ifIndex, uint16_t mode);
+[[nodiscard]] uint32_t CheckDcbxPort(uint32_t ifIndex, uint16_t mode);
 
 // The index above a table's own columns: the port of a Loc or Admin row, the
 // neighbour (TFAI) of a Rem row.
@@ -43,10 +43,20 @@ struct Owner {
 // Reads p into owner when p is an owner index column of the source and
 // returns its check (the value is stored also when the check fails);
 // nullopt when p is not an owner column.
-std::optional<uint32_t> ReadOwnerColumn(Source source, const Param &p, Owner *owner);
+[[nodiscard]] std::optional<uint32_t> ReadOwnerColumn(Source source, const Param &p, Owner *owner);
+
+// Reads a row's index: the owner's columns, and the table's own columns with
+// column(p) -> status; stops at the first error.
+template <typename Column>
+[[nodiscard]] IndexWalk ReadRowIndex(Source source, MOR_MSG request, Owner *owner, Column column) {
+    return WalkIndex(request, [&](const Param &p) -> uint32_t {
+        if (const std::optional<uint32_t> rc = ReadOwnerColumn(source, p, owner)) return *rc;
+        return column(p);
+    });
+}
 
 // Appends the owner's index columns to a get-next reply.
-void AppendOwner(MOR_MSG reply, Source source, const Owner &owner);
+[[nodiscard]] uint32_t AppendOwner(MOR_MSG reply, Source source, const Owner &owner);
 
 // A row key: the owner and up to two sub-indexes (traffic class, priority,
 // or application selector and protocol).
@@ -60,14 +70,14 @@ struct RowKey {
 // follows *key, keeps the smallest (owner, then index2, then index3; on a tie
 // the earlier node), sets *key to it and its count (at most 3) 32-bit values
 // in host order. kErrNoNext when there is no node list or no further row.
-uint32_t NextRow(Source source, uint32_t selector, RowKey *key, uint32_t *values, size_t count);
+[[nodiscard]] uint32_t NextRow(Source source, uint32_t selector, RowKey *key, uint32_t *values, size_t count);
 
 // Fetches the port's local LLDPDU (Local; its local-data attribute must read
 // 1) or the neighbour's stored information (Remote), splits its TLVs and
 // runs parse(list), a DCBX library parser. The daemon's error as it stands,
 // kErrNoInstance when the parser fails.
 template <typename Parse>
-uint32_t ParseTlvs(Source source, const Owner &owner, Parse parse) {
+[[nodiscard]] uint32_t ParseTlvs(Source source, const Owner &owner, Parse parse) {
     if (source == Source::Remote) {
         RemoteLldpdu pdu;
         const uint32_t rc = pdu.Fetch(owner.tfai);
@@ -87,7 +97,7 @@ using AdminStatus = uint16_t DCBX_ADMIN_S::*;
 // The port's DCBX admin record in host order, when the part named by status
 // is valid. kErrNoInstance for ifIndex 0, a short record or an invalid part;
 // otherwise the daemon's error as it stands.
-uint32_t ReadAdmin(uint32_t ifIndex, AdminStatus status, DCBX_ADMIN_S *rec);
+[[nodiscard]] uint32_t ReadAdmin(uint32_t ifIndex, AdminStatus status, DCBX_ADMIN_S *rec);
 
 // The op-type frame of a read-only family of tables: finds the member that
 // the request's table id names and runs read(member) on get and get-next. A

@@ -2,32 +2,26 @@
 #include <array>
 
 #include "common/export.h"
-#include "common/mibpub.h"
+#include "common/registry.h"
 #include "dcbx/dcbx_tables.h"
 
 namespace {
 
 using namespace lldpv2::dcbx;
-
-struct TableRegistration {
-    uint32_t tableId;
-    LLDP_TABLE_PROC_PF proc;
-};
+using lldpv2::TableRegistration;
 
 // In increasing table id order.
 constexpr std::array<TableRegistration, 31> kDcbxTables = {{
-    {44, TxEnableProc},      {45, TxEnableProc},      {46, TxEnableProc},      {47, TxEnableProc},
-    {48, BasicProc},         {49, ClassPriorityProc}, {50, ClassPriorityProc}, {51, ClassPriorityProc},
-    {52, ClassPriorityProc}, {53, ClassPriorityProc}, {54, BasicProc},         {55, ClassPriorityProc},
-    {56, AppPriorityProc},   {57, BasicProc},         {58, ClassPriorityProc}, {59, ClassPriorityProc},
-    {60, ClassPriorityProc}, {61, ClassPriorityProc}, {62, ClassPriorityProc}, {63, BasicProc},
-    {64, ClassPriorityProc}, {65, AppPriorityProc},   {66, BasicProc},         {67, ClassPriorityProc},
-    {68, ClassPriorityProc}, {69, ClassPriorityProc}, {70, ClassPriorityProc}, {71, ClassPriorityProc},
-    {72, BasicProc},         {73, ClassPriorityProc}, {74, AppPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxConfigETSConfigurationEntry, TxEnableProc},      {lldpv2::mib::table::lldpXdot1dcbxConfigETSRecommendationEntry, TxEnableProc},      {lldpv2::mib::table::lldpXdot1dcbxConfigPFCEntry, TxEnableProc},      {lldpv2::mib::table::lldpXdot1dcbxConfigApplicationPriorityEntry, TxEnableProc},
+    {lldpv2::mib::table::lldpXdot1dcbxLocETSBasicConfigurationEntry, BasicProc},         {lldpv2::mib::table::lldpXdot1dcbxLocETSConPriorityAssignmentEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxLocETSConTrafficClassBandwidthEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxLocETSConTrafficSelectionAlgorithmEntry, ClassPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxLocETSRecoTrafficClassBandwidthEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxLocETSRecoTrafficSelectionAlgorithmEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxLocPFCBasicEntry, BasicProc},         {lldpv2::mib::table::lldpXdot1dcbxLocPFCEnableEntry, ClassPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxLocApplicationPriorityAppEntry, AppPriorityProc},   {lldpv2::mib::table::lldpXdot1dcbxRemETSBasicConfigurationEntry, BasicProc},         {lldpv2::mib::table::lldpXdot1dcbxRemETSConPriorityAssignmentEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxRemETSConTrafficClassBandwidthEntry, ClassPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxRemETSConTrafficSelectionAlgorithmEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxRemETSRecoTrafficClassBandwidthEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxRemETSRecoTrafficSelectionAlgorithmEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxRemPFCBasicEntry, BasicProc},
+    {lldpv2::mib::table::lldpXdot1dcbxRemPFCEnableEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxRemApplicationPriorityAppEntry, AppPriorityProc},   {lldpv2::mib::table::lldpXdot1dcbxAdminETSBasicConfigurationEntry, BasicProc},         {lldpv2::mib::table::lldpXdot1dcbxAdminETSConPriorityAssignmentEntry, ClassPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxAdminETSConTrafficClassBandwidthEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxAdminETSConTrafficSelectionAlgorithmEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxAdminETSRecoTrafficClassBandwidthEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxAdminETSRecoTrafficSelectionAlgorithmEntry, ClassPriorityProc},
+    {lldpv2::mib::table::lldpXdot1dcbxAdminPFCBasicEntry, BasicProc},         {lldpv2::mib::table::lldpXdot1dcbxAdminPFCEnableEntry, ClassPriorityProc}, {lldpv2::mib::table::lldpXdot1dcbxAdminApplicationPriorityAppEntry, AppPriorityProc},
 }};
 
 }  // namespace
 
-extern "C" LLDPV2_EXPORT void DCBX_MIB_Init(void) {
-    for (const TableRegistration &t : kDcbxTables) LLDP_mibpub_V2MIBRegisterTableProc(t.tableId, t.proc);
-}
+extern "C" LLDPV2_EXPORT void DCBX_MIB_Init(void) { lldpv2::RegisterTables(kDcbxTables); }

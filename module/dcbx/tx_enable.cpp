@@ -6,38 +6,28 @@
 #include <array>
 #include <cstring>
 
+#include "common/port_types.h"
 #include "common/reply.h"
+#include "common/tlv_cfg.h"
 #include "dcbx/dcbx_common.h"
 #include "dcbx/dcbx_tables.h"
 
 namespace lldpv2::dcbx {
 namespace {
 
-constexpr uint32_t kFirstTable = 44;
-constexpr uint32_t kLastTable = 47;
-constexpr uint32_t kTxEnableColumn = 1;
+constexpr uint32_t kTxEnableColumn = ColumnOf(mib::lldpXdot1dcbxConfigETSConfigurationTxEnable);
 
 // Index columns: those of lldpV2PortConfigTable.
-constexpr uint32_t kPortIfIndex = MorId(3, 1);
-constexpr uint32_t kPortDestAddressIndex = MorId(3, 2);
 
 // The only agent with DCBX rows: every get-next row is (port, 1).
 constexpr uint32_t kRowAgent = 1;
-constexpr uint32_t kFalse = 2;
-constexpr uint32_t kTlvCfgCapacity = 4096;
 
 // Selection of the get-next walk, types in the order they are added.
-constexpr uint32_t kSelectKind = 5;
-constexpr std::array<uint32_t, 6> kWalkTypes = {18, 19, 21, 88, 68, 69};
 
-// Words of the transmit change for the DCBX TLV bit.
-constexpr uint32_t kTlvCfgLength = 1044;
-constexpr uint32_t kTlvCfgWord2 = 1;
-constexpr uint32_t kTlvCfgWord3 = 6;
 
 bool IsTxEnableColumn(uint32_t morId) {
     const uint32_t table = TableOf(morId);
-    return table >= kFirstTable && table <= kLastTable && morId == MorId(table, kTxEnableColumn);
+    return table >= mib::table::lldpXdot1dcbxConfigETSConfigurationEntry && table <= mib::table::lldpXdot1dcbxConfigApplicationPriorityEntry && morId == MorId(table, kTxEnableColumn);
 }
 
 struct Request {
@@ -51,15 +41,10 @@ struct Request {
 IndexWalk Parse(MOR_MSG request, uint16_t mode, Request *rq) {
     const uint32_t ownColumn = MorId(MOR_GetTableId(request), kTxEnableColumn);
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kPortIfIndex:
-                rq->index.port = p.U32();
-                return CheckDcbxPort(rq->index.port, mode);
-            case kPortDestAddressIndex:
-                rq->index.agent = p.U32();
-                return LLDP_mibpub_CheckAgentCfg(rq->index.agent, mode);
-            default: break;
-        }
+        const auto index = ReadPairColumn(
+            p, &rq->index, [mode](uint32_t port) { return CheckDcbxPort(port, mode); },
+            [mode](uint32_t agent) { return LLDP_mibpub_CheckAgentCfg(agent, mode); });
+        if (index) return *index;
         if (p.morId != ownColumn) return kErrUnserved;
         if (mode == kModeSet) rq->value = p.U32();  // several values: the last wins
         return kOk;
@@ -68,23 +53,21 @@ IndexWalk Parse(MOR_MSG request, uint16_t mode, Request *rq) {
 
 // The DCBX transmit flag of (port, agent) as a TruthValue.
 uint32_t ReadFlag(const LLDP_PORT_AGENT_S &index, uint32_t *value) {
-    uint8_t buf[kTlvCfgCapacity];
-    uint16_t len = 0;
-    const uint32_t rc = LLDP_mor_MibGet(index.port, index.agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
-    if (rc != kOk) return rc;
-    TlvCfg cfg;
-    if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
-    // Unlike the 16-bit flags of the other TLVs, the DCBX flag is 32 bits wide.
-    uint32_t flag = 0;
-    std::memcpy(&flag, &cfg.get().entry[LLDP_TLVBIT_DCBX], sizeof(flag));
-    *value = TruthValue(flag);
-    return kOk;
+    // Released when the parse failed as well as after a good one.
+    return ReadTlvCfg(index.port, index.agent, TlvCfgRelease::Always, [&](const TlvCfg &cfg) {
+        // Unlike the 16-bit flags of the other TLVs, the DCBX flag is 32 bits wide.
+        uint32_t flag = 0;
+        std::memcpy(&flag, &cfg.get().entry[LLDP_TLVBIT_DCBX], sizeof(flag));
+        *value = TruthValue(flag);
+    });
 }
 
 // The value under every parameter that names one of the four columns.
-void AppendColumns(MOR_MSG request, MOR_MSG reply, uint32_t value) {
+[[nodiscard]] uint32_t AppendColumns(MOR_MSG request, MOR_MSG reply, uint32_t value) {
+    uint32_t written = kOk;
     for (const Param &p : Params(request))
-        if (IsTxEnableColumn(p.morId)) AppendEnum(reply, p.morId, value);
+        if (IsTxEnableColumn(p.morId)) written = KeepFirst(written, AppendEnum(reply, p.morId, value));
+    return written;
 }
 
 uint32_t Get(MOR_MSG request, MOR_MSG reply) {
@@ -94,8 +77,7 @@ uint32_t Get(MOR_MSG request, MOR_MSG reply) {
     uint32_t value = kFalse;
     const uint32_t rc = ReadFlag(rq.index, &value);
     if (rc != kOk) return Fail(reply, rc);
-    AppendColumns(request, reply, value);
-    return kOk;
+    return Written(reply, AppendColumns(request, reply, value));
 }
 
 uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
@@ -106,29 +88,24 @@ uint32_t GetNext(MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S row{rq.index.port, kRowAgent};
     if (CheckDcbxPort(row.port, kModeRead) != kOk || rq.index.agent != 0) {
         IF_SELECT_S selection{};
-        IF_Select_Init(kSelectKind, &selection);
-        for (uint32_t type : kWalkTypes) IF_SelectType_Set(type, &selection);
+        IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
+        for (uint32_t type : kEthernetPortTypes) IF_SelectType_Set(type, &selection);
         row.port = LLDP_mibpub_GetNextIfIndexByIfIndex(row.port, &selection);
         if (row.port == 0) return Fail(reply, kErrNoNext, walk.position);
     }
     // A next port whose flag cannot be read ends the walk.
     uint32_t value = kFalse;
     if (ReadFlag(row, &value) != kOk) return Fail(reply, kErrNoNext, walk.position);
-    LLDP_mibpub_SetIndexToReplyMsg(reply, kPortIfIndex, kPortDestAddressIndex, &row);
-    AppendColumns(request, reply, value);
-    return kOk;
+    const uint32_t index =
+        LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &row);
+    return Written(reply, FirstFailure({index, AppendColumns(request, reply, value)}));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {
     Request rq;
     const IndexWalk walk = Parse(request, kModeSet, &rq);
     if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
-    LLDP_TLV_CFG_REQ_S change;
-    std::memset(&change, 0, sizeof(change));
-    change.length = kTlvCfgLength;
-    change.mask = 1u << LLDP_TLVBIT_DCBX;
-    change.word2 = kTlvCfgWord2;
-    change.word3 = kTlvCfgWord3;
+    const LLDP_TLV_CFG_REQ_S change = TlvCfgRequest(1u << LLDP_TLVBIT_DCBX, kScopeSingleTlv);
     // Only true enables; false, a missing value and out-of-range values disable.
     const uint32_t rc = LLDP_mor_SetTlvCfg(rq.index.port, rq.index.agent, rq.value == 1 ? 1 : 0, &change);
     if (rc == kOk) return kOk;

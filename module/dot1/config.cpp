@@ -5,33 +5,20 @@
 
 #include "common/export.h"
 #include "common/guards.h"
+#include "common/tlv_cfg.h"
 #include "dot1/dot1_tables.h"
 
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kPortConfigIfIndex = MorId(3, 1);
-constexpr uint32_t kPortConfigDestAddressIndex = MorId(3, 2);
-constexpr uint32_t kPortVlanTxEnable = MorId(21, 1);
-constexpr uint32_t kVidUsageDigestTxEnable = MorId(25, 1);
-constexpr uint32_t kManVidTxEnable = MorId(26, 1);
-
-constexpr uint32_t kTrue = 1;
-constexpr uint32_t kFalse = 2;
 constexpr uint32_t kLastAgent = 3;
 // The one row of every port in the protocol configuration table.
 constexpr uint32_t kProtocolRow = 1;
 // Ports of this interface type run only the agents 2 and 3.
-constexpr uint32_t kSecondClassType = 56;
+constexpr uint32_t kSecondClassType = kAggregatePortType;
 
-constexpr uint32_t kTlvCfgCapacity = 4096;
-constexpr uint32_t kSelectKind = 5;
 
-// The TLV transmit record of LLDP_mor_SetTlvCfg, as the daemon expects it
-// for a change of single 802.1 TLV bits.
-constexpr uint32_t kTxRecordLength = 1044;
-constexpr uint32_t kTxRecordWord2 = 1;
-constexpr uint32_t kTxRecordWord3 = 6;
+// dataLen of a transmit change that carries the VLAN id of the TLV.
 constexpr uint16_t kTxRecordVlanMarker = 2;
 
 constexpr uint32_t MaskOf(uint32_t tlvBit) { return 1u << tlvBit; }
@@ -41,7 +28,7 @@ uint32_t FirstAgent(uint32_t ifIndex) { return LLDP_util_SetIfFirstAgentID(ifInd
 // The next dot1 configuration port after ifIndex, 0 when there is none.
 uint32_t NextConfigPort(uint32_t ifIndex) {
     IF_SELECT_S selection{};
-    IF_Select_Init(kSelectKind, &selection);
+    IF_Select_Init(IF_SELECT_KIND_BY_TYPE, &selection);
     for (uint32_t type : kDot1PortTypes) IF_SelectType_Set(type, &selection);
     return LLDP_mibpub_GetNextIfIndexByIfIndex(ifIndex, &selection);
 }
@@ -52,18 +39,10 @@ bool SecondClassAgentMissing(uint32_t ifIndex, uint32_t agent) {
     return type == kSecondClassType && agent != 2 && agent != 3;
 }
 
-// Reads the TLV transmit configuration of (ifIndex, agent) and hands it to
-// read; the daemon's error as it stands, kErrNoInstance when it does not parse.
+// Every read here releases the configuration also when it does not parse.
 template <typename Read>
 uint32_t ReadTlvCfg(uint32_t ifIndex, uint32_t agent, Read read) {
-    uint8_t buf[kTlvCfgCapacity];
-    uint16_t len = 0;
-    const uint32_t rc = LLDP_mor_MibGet(ifIndex, agent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
-    if (rc != kOk) return rc;
-    TlvCfg cfg;
-    if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
-    read(cfg);
-    return kOk;
+    return lldpv2::ReadTlvCfg(ifIndex, agent, TlvCfgRelease::Always, read);
 }
 
 uint32_t ReadSwitch(uint32_t tlvBit, uint32_t ifIndex, uint32_t agent, uint32_t *value) {
@@ -88,12 +67,7 @@ uint32_t ReadVlanSwitch(uint32_t tlvBit, uint32_t ifIndex, uint32_t id, uint32_t
 
 // Sends one transmit change; vid names the VLAN the TLV is to carry.
 uint32_t SendTxRecord(uint32_t ifIndex, uint32_t agent, uint32_t tlvBit, bool enable, const uint16_t *vid) {
-    LLDP_TLV_CFG_REQ_S record;
-    std::memset(&record, 0, sizeof(record));
-    record.length = kTxRecordLength;
-    record.mask = MaskOf(tlvBit);
-    record.word2 = kTxRecordWord2;
-    record.word3 = kTxRecordWord3;
+    LLDP_TLV_CFG_REQ_S record = TlvCfgRequest(MaskOf(tlvBit), kScopeSingleTlv);
     if (vid != nullptr) {
         record.dataLen = kTxRecordVlanMarker;
         std::memcpy(record.data, vid, sizeof(*vid));
@@ -133,19 +107,14 @@ struct PortVlanIndex {
 
 IndexWalk ReadPortVlanIndex(MOR_MSG request, uint16_t mode, PortVlanIndex *index) {
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kPortConfigDestAddressIndex:
-                index->pair.agent = p.U32();
-                return LLDP_mibpub_CheckAgent(index->pair.agent, mode);
-            case kPortVlanTxEnable:
-                if (mode == 1) index->value = p.U32();
-                return kOk;
-            case kPortConfigIfIndex:
-                index->pair.port = p.U32();
-                if (IsDot1Port(index->pair.port)) return kOk;
-                return mode == 1 ? kErrSetRefused : kErrNoInstance;
-            default: return kErrUnserved;
-        }
+        const auto pair = ReadPairColumn(
+            p, &index->pair,
+            [mode](uint32_t port) { return IsDot1Port(port) ? kOk : (mode == 1 ? kErrSetRefused : kErrNoInstance); },
+            [mode](uint32_t agent) { return LLDP_mibpub_CheckAgent(agent, mode); });
+        if (pair) return *pair;
+        if (p.morId != mib::lldpV2Xdot1ConfigPortVlanTxEnable) return kErrUnserved;
+        if (mode == 1) index->value = p.U32();
+        return kOk;
     });
 }
 
@@ -159,8 +128,7 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (SecondClassAgentMissing(pair.port, pair.agent)) return Fail(reply, kErrNoInstance, walk.position);
         const uint32_t rc = LLDP_mibpub_GetXdot1ConfigPortVlan(pair.port, pair.agent, &value);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, kPortVlanTxEnable, value);
-        return kOk;
+        return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value));
     }
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     if (IsDot1Port(pair.port) && pair.agent < kLastAgent) {
@@ -172,9 +140,8 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     }
     // A row that cannot be read ends the walk rather than being skipped.
     if (LLDP_mibpub_GetXdot1ConfigPortVlan(pair.port, pair.agent, &value) != kOk) return Fail(reply, kErrNoNext);
-    LLDP_mibpub_SetIndexToReplyMsg(reply, kPortConfigIfIndex, kPortConfigDestAddressIndex, &pair);
-    AppendEnum(reply, kPortVlanTxEnable, value);
-    return kOk;
+    LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigPortVlanTxEnable, value));
 }
 
 uint32_t WritePortVlan(MOR_MSG request, MOR_MSG reply) {
@@ -188,31 +155,33 @@ uint32_t WritePortVlan(MOR_MSG request, MOR_MSG reply) {
 
 // ---- Tables 22 and 23: (port, VLAN id) and (port, protocol VLAN id) ----
 
-struct CfgVlanName {
-    static constexpr LocalIndex kForm = LocalIndex::VlanName;
-    static constexpr uint32_t kIdColumn = kLocVlanId;
-    static constexpr uint32_t kIdType = MOR_TYPE_ENUM;
-    static constexpr uint32_t kColumn = kCfgVlanNameTxEnable;
-    static uint32_t Read(uint32_t ifIndex, uint32_t id, uint32_t agent, uint32_t *value) {
-        return LLDP_mibpub_GetXdot1ConfigVlanNameTable(ifIndex, id, agent, value);
-    }
-    static uint32_t Write(uint32_t ifIndex, uint32_t id, uint32_t agent, uint32_t value) {
-        return LLDP_mibpub_SetXdot1ConfigVlanNameTable(ifIndex, id, agent, value);
-    }
+// A transmit switch per (port, id): the index form and its id column, the
+// switch column, and the getter and setter of the switch.
+template <LocalIndex Form, uint32_t IdColumn, uint32_t IdType, uint32_t Column,
+          uint32_t (*ReadFn)(uint32_t, uint32_t, uint32_t, uint32_t *), uint32_t (*WriteFn)(uint32_t, uint32_t, uint32_t, uint32_t)>
+struct CfgSwitch {
+    static constexpr LocalIndex kForm = Form;
+    static constexpr uint32_t kIdColumn = IdColumn;
+    static constexpr uint32_t kIdType = IdType;
+    static constexpr uint32_t kColumn = Column;
+    static constexpr auto Read = ReadFn;
+    static constexpr auto Write = WriteFn;
 };
+using CfgVlanName = CfgSwitch<LocalIndex::VlanName, kLocVlanId, MOR_TYPE_ENUM, kCfgVlanNameTxEnable,
+                              LLDP_mibpub_GetXdot1ConfigVlanNameTable, LLDP_mibpub_SetXdot1ConfigVlanNameTable>;
+using CfgProtoVlan = CfgSwitch<LocalIndex::ProtoVlan, kLocProtoVlanId, MOR_TYPE_UNSIGNED, kCfgProtoVlanTxEnable,
+                               LLDP_mibpub_GetXdot1ConfigProtoVlan, LLDP_mibpub_SetXdot1ConfigProtoVlan>;
 
-struct CfgProtoVlan {
-    static constexpr LocalIndex kForm = LocalIndex::ProtoVlan;
-    static constexpr uint32_t kIdColumn = kLocProtoVlanId;
-    static constexpr uint32_t kIdType = MOR_TYPE_UNSIGNED;
-    static constexpr uint32_t kColumn = kCfgProtoVlanTxEnable;
-    static uint32_t Read(uint32_t ifIndex, uint32_t id, uint32_t agent, uint32_t *value) {
-        return LLDP_mibpub_GetXdot1ConfigProtoVlan(ifIndex, id, agent, value);
-    }
-    static uint32_t Write(uint32_t ifIndex, uint32_t id, uint32_t agent, uint32_t value) {
-        return LLDP_mibpub_SetXdot1ConfigProtoVlan(ifIndex, id, agent, value);
-    }
-};
+// The get of a switch row: the index must have read cleanly, then read(&value)
+// gives the switch of column.
+template <typename Read>
+uint32_t GetSwitchRow(MOR_MSG reply, const IndexWalk &walk, uint32_t column, Read read) {
+    if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
+    uint32_t value = kFalse;
+    const uint32_t rc = read(&value);
+    if (rc != kOk) return Fail(reply, rc, walk.position);
+    return Written(reply, AppendEnum(reply, column, value));
+}
 
 // Rows exist for every id 0..4094 of every dot1 configuration port whose
 // transmit configuration can be read, all read for the port's first agent.
@@ -220,14 +189,12 @@ template <typename T>
 uint32_t ReadVlanRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_DOT1_ROWKEY_S key{0, 0};
     const IndexWalk walk = ReadLocalIndex(request, T::kForm, 0, &key);
-    uint32_t value = kFalse;
     if (opType == MOR_OP_GET) {
-        if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
-        const uint32_t rc = T::Read(key.ifIndex, key.index2, FirstAgent(key.ifIndex), &value);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, T::kColumn, value);
-        return kOk;
+        return GetSwitchRow(reply, walk, T::kColumn, [&](uint32_t *value) {
+            return T::Read(key.ifIndex, key.index2, FirstAgent(key.ifIndex), value);
+        });
     }
+    uint32_t value = kFalse;
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     uint32_t port = key.ifIndex;
     uint32_t id = key.index2;
@@ -250,10 +217,11 @@ uint32_t ReadVlanRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     } else {
         id = 0;
     }
-    AppendEnum(reply, kLocPortIfIndex, port);
-    AppendNumber(reply, T::kIdColumn, T::kIdType, id);
-    AppendEnum(reply, T::kColumn, value);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, port),
+        AppendNumber(reply, T::kIdColumn, T::kIdType, id),
+        AppendEnum(reply, T::kColumn, value),
+    }));
 }
 
 template <typename T>
@@ -267,7 +235,7 @@ uint32_t WriteVlanRow(MOR_MSG request, MOR_MSG reply) {
     return rc == kOk ? kOk : Fail(reply, rc, walk.position);
 }
 
-template <typename T>
+template <ConfigSwitchTable T>
 uint32_t ServeVlanRows(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     return ServeTable(
         opType, reply, [&] { return ReadVlanRow<T>(opType, request, reply); },
@@ -279,14 +247,12 @@ uint32_t ServeVlanRows(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
 uint32_t ReadProtocolRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_DOT1_ROWKEY_S key{0, 0};
     const IndexWalk walk = ReadLocalIndex(request, LocalIndex::Protocol, 0, &key);
-    uint32_t value = kFalse;
     if (opType == MOR_OP_GET) {
-        if (walk.code != kOk) return Fail(reply, walk.code, walk.position);
-        const uint32_t rc = LLDP_mibpub_GetXdot1ConfigProtocol(key.ifIndex, key.index2, &value);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-        AppendEnum(reply, kCfgProtocolTxEnable, value);
-        return kOk;
+        return GetSwitchRow(reply, walk, kCfgProtocolTxEnable, [&](uint32_t *value) {
+            return LLDP_mibpub_GetXdot1ConfigProtocol(key.ifIndex, key.index2, value);
+        });
     }
+    uint32_t value = kFalse;
     if (walk.code == kErrUnserved) return Fail(reply, walk.code, walk.position);
     uint32_t port = key.ifIndex;
     if (key.index2 != 0 || !IsDot1Port(port)) {
@@ -294,10 +260,11 @@ uint32_t ReadProtocolRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (port == 0) return Fail(reply, kErrNoNext);
     }
     LLDP_mibpub_GetXdot1ConfigProtocol(port, kProtocolRow, &value);
-    AppendEnum(reply, kLocPortIfIndex, port);
-    AppendUnsigned(reply, kLocProtocolIndex, kProtocolRow);
-    AppendEnum(reply, kCfgProtocolTxEnable, value);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, port),
+        AppendUnsigned(reply, kLocProtocolIndex, kProtocolRow),
+        AppendEnum(reply, kCfgProtocolTxEnable, value),
+    }));
 }
 
 // ---- Table 25: VID usage digest, one row per port ---------------------
@@ -310,12 +277,11 @@ uint32_t ReadVidUsageDigestRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) 
     } else {
         port = NextConfigPort(port);
         if (port == 0) return Fail(reply, kErrNoNext, 0);
-        AppendEnum(reply, kLocPortIfIndex, port);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, port); written != kOk) return Fail(reply, written);
     }
     uint32_t value = kFalse;
     LLDP_mibpub_GetXdot1ConfigVidUsageDigest(port, &value);
-    AppendEnum(reply, kVidUsageDigestTxEnable, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigVidUsageDigestTxEnable, value));
 }
 
 // ---- Table 26: management VID, one row per port, all agents -----------
@@ -332,10 +298,9 @@ uint32_t ReadManVidRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         port = NextConfigPort(port);
         if (port == 0 || LLDP_mibpub_GetXdot1ConfigManVid(port, FirstAgent(port), &value) != kOk)
             return Fail(reply, kErrNoNext);
-        AppendEnum(reply, kLocPortIfIndex, port);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, port); written != kOk) return Fail(reply, written);
     }
-    AppendEnum(reply, kManVidTxEnable, value);
-    return kOk;
+    return Written(reply, AppendEnum(reply, mib::lldpV2Xdot1ConfigManVidTxEnable, value));
 }
 
 uint32_t WriteManVidRow(MOR_MSG request, MOR_MSG reply) {
@@ -347,33 +312,13 @@ uint32_t WriteManVidRow(MOR_MSG request, MOR_MSG reply) {
                 port = p.U32();
                 if (!IsDot1Port(port)) return Fail(reply, kErrSetRefused, p.position);
                 break;
-            case kManVidTxEnable: value = p.U32(); break;
+            case mib::lldpV2Xdot1ConfigManVidTxEnable: value = p.U32(); break;
             default: return Fail(reply, kErrUnserved, p.position);
         }
     }
     const uint32_t rc =
         WriteAllAgents(port, [&](uint32_t agent) { return LLDP_mibpub_SetXdot1ConfigManVid(port, agent, value); });
     return rc == kOk ? kOk : Fail(reply, rc);
-}
-
-}  // namespace
-
-uint32_t ConfigPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return ReadPortVlan(opType, request, reply); },
-        [&] { return WritePortVlan(request, reply); });
-}
-
-uint32_t ConfigVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeVlanRows<CfgVlanName>(opType, request, reply);
-}
-
-uint32_t ConfigProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeVlanRows<CfgProtoVlan>(opType, request, reply);
-}
-
-uint32_t ConfigProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return ReadProtocolRow(opType, request, reply); });
 }
 
 // A set is refused at position 0 like every other error of this table.
@@ -383,11 +328,16 @@ uint32_t ConfigVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG repl
         [&] { return Fail(reply, kErrReadOnly, 0); });
 }
 
-uint32_t ConfigManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return ReadManVidRow(opType, request, reply); },
-        [&] { return WriteManVidRow(request, reply); });
-}
+}  // namespace
+
+const std::array<TableRegistration, 6> kDot1ConfigTables = {{
+    {mib::table::lldpV2Xdot1ConfigPortVlanEntry, ServeReadWrite<ReadPortVlan, WritePortVlan>},
+    {mib::table::lldpV2Xdot1ConfigVlanNameEntry, ServeVlanRows<CfgVlanName>},
+    {mib::table::lldpV2Xdot1ConfigProtoVlanEntry, ServeVlanRows<CfgProtoVlan>},
+    {mib::table::lldpV2Xdot1ConfigProtocolEntry, ServeRead<ReadProtocolRow>},
+    {mib::table::lldpV2Xdot1ConfigVidUsageDigestEntry, ConfigVidUsageDigestProc},
+    {mib::table::lldpV2Xdot1ConfigManVidEntry, ServeReadWrite<ReadManVidRow, WriteManVidRow>},
+}};
 
 }  // namespace lldpv2
 

@@ -4,11 +4,14 @@
 // columns and the reader of the two-part local index.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
 #include "common/mibpub.h"
+#include "common/port_types.h"
+#include "common/registry.h"
 #include "common/reply.h"
 
 extern "C" {
@@ -66,20 +69,50 @@ uint32_t LLDP_mibpub_SetXdot1ConfigManVid(uint32_t ifIndex, uint32_t agent, uint
 namespace lldpv2 {
 
 // Index and configuration columns that several dot1 tables read.
-inline constexpr uint32_t kLocPortIfIndex = MorId(10, 1);
-inline constexpr uint32_t kLocProtoVlanId = MorId(28, 1);
-inline constexpr uint32_t kLocVlanId = MorId(29, 1);
-inline constexpr uint32_t kLocProtocolIndex = MorId(30, 1);
-inline constexpr uint32_t kCfgVlanNameTxEnable = MorId(22, 1);
-inline constexpr uint32_t kCfgProtoVlanTxEnable = MorId(23, 1);
-inline constexpr uint32_t kCfgProtocolTxEnable = MorId(24, 1);
+inline constexpr uint32_t kLocPortIfIndex = mib::lldpV2LocPortIfIndex;
+inline constexpr uint32_t kLocProtoVlanId = mib::lldpV2Xdot1LocProtoVlanId;
+inline constexpr uint32_t kLocVlanId = mib::lldpV2Xdot1LocVlanId;
+inline constexpr uint32_t kLocProtocolIndex = mib::lldpV2Xdot1LocProtocolIndex;
+inline constexpr uint32_t kCfgVlanNameTxEnable = mib::lldpV2Xdot1ConfigVlanNameTxEnable;
+inline constexpr uint32_t kCfgProtoVlanTxEnable = mib::lldpV2Xdot1ConfigProtoVlanTxEnable;
+inline constexpr uint32_t kCfgProtocolTxEnable = mib::lldpV2Xdot1ConfigProtocolTxEnable;
+
+// The longest VLAN name a row answers.
+inline constexpr uint32_t kMaxVlanNameLen = 32;
+
+// The protocol VLAN and VLAN name rows as the local and the remote tables
+// answer them: the record of the daemon's get-next, its conversion, and the
+// data columns.
+template <uint32_t SupportedColumn, uint32_t EnabledColumn>
+struct ProtoVlanRow {
+    using Row = LLDP_MIB_PROTOVLAN_S;
+    using Result = std::array<uint32_t, 2>;  // supported, enabled (network order)
+    static Row FromResult(const Result &r) { return Row{TruthValue(NetToHost32(r[0])), TruthValue(NetToHost32(r[1]))}; }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return FirstFailure({
+            AppendEnum(reply, SupportedColumn, row.supported),
+            AppendEnum(reply, EnabledColumn, row.enabled),
+        });
+    }
+};
+template <uint32_t NameColumn>
+struct VlanNameRow {
+    using Row = LLDP_MIB_VLANNAME_S;
+    using Result = LLDP_MIB_VLANNAME_S;
+    static Row FromResult(const Result &r) {
+        Row row = r;
+        row.len = NetToHost32(r.len);
+        return row;
+    }
+    // The length is the TLV's, whatever the copied text holds.
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return AppendOctets(reply, NameColumn, row.name, std::min(row.len, kMaxVlanNameLen));
+    }
+};
 
 // The largest VLAN id a row may carry.
 inline constexpr uint32_t kMaxVlanId = 4094;
 
-// Interface types of the ports that carry 802.1 local data and transmit
-// switches. Type 56 is among them, unlike in the link aggregation set.
-inline constexpr std::array<uint32_t, 7> kDot1PortTypes = {18, 19, 21, 88, 68, 69, 56};
 // Whether the port's type can be read and lies in kDot1PortTypes.
 bool IsDot1Port(uint32_t ifIndex);
 // The lldpV2LocPortIfIndex of a request, 0 when it names none (the tables
@@ -113,30 +146,14 @@ struct RemoteIndexForm {
 // at the first error.
 IndexWalk ReadRemoteIndex(MOR_MSG request, const RemoteIndexForm &form, LLDP_TFAI_S *tfai, uint32_t *subIndex);
 
-// Configuration tables (21 to 26).
-uint32_t ConfigPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ConfigVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ConfigProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ConfigProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ConfigVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t ConfigManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+// The processors of each group of tables, by table id: configuration
+// (21 to 26), local data (27 to 33) and the remote lists (35 to 39).
+extern const std::array<TableRegistration, 6> kDot1ConfigTables;
+extern const std::array<TableRegistration, 7> kDot1LocalTables;
+extern const std::array<TableRegistration, 5> kRemoteListTables;
 
-// Local data tables (27 to 33).
-uint32_t LocPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t LocLinkAggProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-
-// Remote data tables (34 to 40).
+// The remote port VLAN (34) and link aggregation (40) tables.
 uint32_t RemPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t RemManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 uint32_t RemLinkAggProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
 
 }  // namespace lldpv2

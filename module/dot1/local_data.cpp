@@ -15,30 +15,12 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kLocPortVlanId = MorId(27, 1);
-constexpr uint32_t kLocProtoVlanSupported = MorId(28, 2);
-constexpr uint32_t kLocProtoVlanEnabled = MorId(28, 3);
-constexpr uint32_t kLocVlanName = MorId(29, 2);
-constexpr uint32_t kLocManVid = MorId(32, 1);
-constexpr uint32_t kLocLinkAggStatus = MorId(33, 1);
-constexpr uint32_t kLocLinkAggPortId = MorId(33, 2);
-
-// What the daemon's local 802.1 get-next (item 19) answers, by kind.
-enum LocalKind : uint32_t {
-    kKindPortVlan = 1,
-    kKindProtoVlan = 2,
-    kKindVlanName = 3,
-    kKindManVid = 4,
-    kKindLinkAgg = 5,
-};
-
 // Interface types whose link aggregation row can be read; type 56 is left
 // out on purpose, although the other local tables accept it.
-constexpr std::array<uint32_t, 14> kLinkAggPortTypes = {18, 19, 21, 88, 68, 69, 22, 23, 25, 89, 70, 71, 26, 28};
+constexpr std::span<const uint32_t> kLinkAggPortTypes{kOrdinaryPortTypes};
 
 // The decoder's value when the LLDPDU carries no management VID.
 constexpr uint16_t kNoVid = 0xFFFF;
-constexpr uint32_t kMaxVlanNameLen = 32;
 
 // Fetches the port's local LLDPDU and lets decode read its TLV list, which
 // is freed before returning whatever decode answers.
@@ -80,31 +62,17 @@ bool HasPortType(uint32_t ifIndex, std::span<const uint32_t> types) {
 // node has one.
 template <typename Result>
 uint32_t NextLocalRow(uint32_t kind, bool twoPart, LLDP_DOT1_ROWKEY_S *key, Result *result) {
-    struct Candidate {
-        LLDP_DOT1_ROWKEY_S key;
-        Result result;
-    };
-    Candidate best{};
-    const uint32_t rc = SmallestOverNodes(
-        &best,
-        [&](uint16_t node, Candidate *c) {
-            LLDP_INDEX_PARA_S para;
-            LLDP_mor_InitIndexPara(&para);
-            para.selector = kind;
-            para.ifIndex = HostToNet32(key->ifIndex);
-            if (twoPart) para.index2 = HostToNet32(key->index2);
-            if (!NodeGetNext(LLDP_ITEM_DOT1_LOC, node, &para, sizeof(c->result), &c->result)) return false;
-            c->key.ifIndex = NetToHost32(para.ifIndex);
-            c->key.index2 = twoPart ? NetToHost32(para.index2) : 0;
-            return true;
-        },
-        [twoPart](const Candidate &a, const Candidate &b) {
-            if (!twoPart) return a.key.ifIndex < b.key.ifIndex;
-            return KeyLess({{a.key.ifIndex, b.key.ifIndex}, {a.key.index2, b.key.index2}});
-        });
+    if (!twoPart) {
+        SubRowKey<PortOwner, NoSubIndex> at{key->ifIndex, {}};
+        const uint32_t rc = NextSubRow(LLDP_ITEM_DOT1_LOC, kind, &at, result);
+        if (rc != kOk) return rc;
+        *key = LLDP_DOT1_ROWKEY_S{at.owner, 0};
+        return kOk;
+    }
+    SubRowKey<PortOwner, Index2> at{key->ifIndex, key->index2};
+    const uint32_t rc = NextSubRow(LLDP_ITEM_DOT1_LOC, kind, &at, result);
     if (rc != kOk) return rc;
-    *key = best.key;
-    *result = best.result;
+    *key = LLDP_DOT1_ROWKEY_S{at.owner, at.sub};
     return kOk;
 }
 
@@ -130,111 +98,89 @@ uint32_t ServeAtPositionZero(uint32_t opType, MOR_MSG reply, Read read) {
     return Fail(reply, kErrUnserved, 0);
 }
 
-struct LocPortVlan {
-    static constexpr uint32_t kKind = kKindPortVlan;
-    // The index goes as Unsigned32 here but as an enumeration in tables 32
-    // and 33; the agent has always seen them so.
-    static constexpr uint32_t kIndexType = MOR_TYPE_UNSIGNED;
+// A 16-bit VLAN id row: the port VLAN id and the management VID tables.
+template <uint32_t Kind, uint32_t IndexType, uint32_t (*GetRow)(uint32_t, uint16_t *), uint32_t Column>
+struct LocVidRow {
+    static constexpr uint32_t kKind = Kind;
+    static constexpr uint32_t kIndexType = IndexType;
     static constexpr std::span<const uint32_t> kPortTypes{kDot1PortTypes};
-    using Value = uint16_t;
+    using Row = uint16_t;
     using Result = std::array<uint8_t, 4>;
-    static uint32_t Get(uint32_t ifIndex, Value *v) { return LLDP_mibpub_GetXdot1LocTable(ifIndex, v); }
-    static Value FromResult(const Result &r) { return VidOfResult(r); }
-    static void Append(MOR_MSG reply, Value v) { AppendUnsigned(reply, kLocPortVlanId, v); }
+    static uint32_t Get(uint32_t ifIndex, Row *v) { return GetRow(ifIndex, v); }
+    static Row FromResult(const Result &r) { return VidOfResult(r); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row v) { return AppendUnsigned(reply, Column, v); }
 };
-
-struct LocManVid {
-    static constexpr uint32_t kKind = kKindManVid;
-    static constexpr uint32_t kIndexType = MOR_TYPE_ENUM;
-    static constexpr std::span<const uint32_t> kPortTypes{kDot1PortTypes};
-    using Value = uint16_t;
-    using Result = std::array<uint8_t, 4>;
-    static uint32_t Get(uint32_t ifIndex, Value *v) { return GetLocManVid(ifIndex, v); }
-    static Value FromResult(const Result &r) { return VidOfResult(r); }
-    static void Append(MOR_MSG reply, Value v) { AppendUnsigned(reply, kLocManVid, v); }
-};
+// The index goes as Unsigned32 in the port VLAN table but as an enumeration
+// in tables 32 and 33; the agent has always seen them so.
+using LocPortVlan =
+    LocVidRow<LLDP_DOT1LOC_PORT_VLAN, MOR_TYPE_UNSIGNED, LLDP_mibpub_GetXdot1LocTable, mib::lldpV2Xdot1LocPortVlanId>;
+using LocManVid = LocVidRow<LLDP_DOT1LOC_MAN_VID, MOR_TYPE_ENUM, GetLocManVid, mib::lldpV2Xdot1LocManVid>;
 
 struct LocLinkAgg {
-    static constexpr uint32_t kKind = kKindLinkAgg;
+    static constexpr uint32_t kKind = LLDP_DOT1LOC_LINK_AGG;
     static constexpr uint32_t kIndexType = MOR_TYPE_ENUM;
     static constexpr std::span<const uint32_t> kPortTypes{kLinkAggPortTypes};
-    using Value = LLDP_LINK_AGG_S;
+    using Row = LLDP_LINK_AGG_S;
     using Result = LLDP_LINK_AGG_S;
-    static uint32_t Get(uint32_t ifIndex, Value *v) { return GetLocLinkAgg(ifIndex, v); }
-    static Value FromResult(const Result &r) {
-        Value v = r;
+    static uint32_t Get(uint32_t ifIndex, Row *v) { return GetLocLinkAgg(ifIndex, v); }
+    static Row FromResult(const Result &r) {
+        Row v = r;
         v.portId = NetToHost32(r.portId);
         return v;
     }
-    static void Append(MOR_MSG reply, const Value &v) {
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &v) {
         uint8_t status = v.status;
         LLDP_util_Overturn(1, &status);
-        AppendOctets(reply, kLocLinkAggStatus, &status, 1);
-        AppendUnsigned(reply, kLocLinkAggPortId, v.portId);
+        return FirstFailure({
+            AppendOctets(reply, mib::lldpV2Xdot1LocLinkAggStatus, &status, 1),
+            AppendUnsigned(reply, mib::lldpV2Xdot1LocLinkAggPortId, v.portId),
+        });
     }
 };
 
 // Get reads the port's LLDPDU; get-next does not look at the port type and
 // takes the smallest next port over the nodes. Only the data columns are
 // answered on a get, whichever the request named.
-template <typename T>
+template <PortKeyedTable T>
 uint32_t ServePortRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     return ServeAtPositionZero(opType, reply, [&]() -> uint32_t {
         const uint32_t ifIndex = RequestPort(request);
         if (opType == MOR_OP_GET) {
             if (!HasPortType(ifIndex, T::kPortTypes)) return Fail(reply, kErrNoInstance, 0);
-            typename T::Value value{};
+            typename T::Row value{};
             const uint32_t rc = T::Get(ifIndex, &value);
             if (rc != kOk) return Fail(reply, rc, 0);
-            T::Append(reply, value);
-            return kOk;
+            return Written(reply, T::Append(reply, value));
         }
         LLDP_DOT1_ROWKEY_S key{ifIndex, 0};
         typename T::Result result{};
         if (NextLocalRow(T::kKind, false, &key, &result) != kOk) return Fail(reply, kErrNoNext, 0);
-        AppendNumber(reply, kLocPortIfIndex, T::kIndexType, key.ifIndex);
-        T::Append(reply, T::FromResult(result));
-        return kOk;
+        return Written(reply, FirstFailure({
+            AppendNumber(reply, kLocPortIfIndex, T::kIndexType, key.ifIndex),
+            T::Append(reply, T::FromResult(result)),
+        }));
     });
 }
 
 // ---- Tables 28 and 29: (port, second index) ---------------------------
 
-struct LocProtoVlan {
-    static constexpr uint32_t kKind = kKindProtoVlan;
+struct LocProtoVlan : ProtoVlanRow<mib::lldpV2Xdot1LocProtoVlanSupported, mib::lldpV2Xdot1LocProtoVlanEnabled> {
+    static constexpr uint32_t kKind = LLDP_DOT1LOC_PROTO_VLAN;
     static constexpr LocalIndex kForm = LocalIndex::ProtoVlan;
     static constexpr uint32_t kSecondIndex = kLocProtoVlanId;
     static constexpr uint32_t kSecondIndexType = MOR_TYPE_UNSIGNED;
-    using Row = LLDP_MIB_PROTOVLAN_S;
-    using Result = std::array<uint32_t, 2>;  // supported, enabled
     static uint32_t Get(const LLDP_DOT1_ROWKEY_S &k, Row *row) {
         return LLDP_mibpub_GetXdot1LocProtoVlanTable(k.ifIndex, k.index2, row);
     }
-    static Row FromResult(const Result &r) { return Row{TruthValue(NetToHost32(r[0])), TruthValue(NetToHost32(r[1]))}; }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendEnum(reply, kLocProtoVlanSupported, row.supported);
-        AppendEnum(reply, kLocProtoVlanEnabled, row.enabled);
-    }
 };
 
-struct LocVlanName {
-    static constexpr uint32_t kKind = kKindVlanName;
+struct LocVlanName : VlanNameRow<mib::lldpV2Xdot1LocVlanName> {
+    static constexpr uint32_t kKind = LLDP_DOT1LOC_VLAN_NAME;
     static constexpr LocalIndex kForm = LocalIndex::VlanName;
     static constexpr uint32_t kSecondIndex = kLocVlanId;
     static constexpr uint32_t kSecondIndexType = MOR_TYPE_ENUM;
-    using Row = LLDP_MIB_VLANNAME_S;
-    using Result = LLDP_MIB_VLANNAME_S;
     static uint32_t Get(const LLDP_DOT1_ROWKEY_S &k, Row *row) {
         return LLDP_mibpub_GetXdot1LocVlanName(k.ifIndex, k.index2, row);
-    }
-    static Row FromResult(const Result &r) {
-        Row row = r;
-        row.len = NetToHost32(r.len);
-        return row;
-    }
-    // The length is the TLV's, whatever the copied text holds.
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendOctets(reply, kLocVlanName, row.name, std::min(row.len, kMaxVlanNameLen));
     }
 };
 
@@ -247,8 +193,7 @@ uint32_t ReadTwoPartRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     if (opType == MOR_OP_GET) {
         const uint32_t rc = T::Get(key, &row);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        T::Append(reply, row);
-        return kOk;
+        return Written(reply, T::Append(reply, row));
     }
     // A port entered without a second index starts at its row 0, which the
     // nodes' get-next (strictly after the key) would pass over. Tried even
@@ -262,32 +207,16 @@ uint32_t ReadTwoPartRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (NextLocalRow(T::kKind, true, &key, &result) != kOk) return Fail(reply, kErrNoNext);
         row = T::FromResult(result);
     }
-    AppendEnum(reply, kLocPortIfIndex, key.ifIndex);
-    AppendNumber(reply, T::kSecondIndex, T::kSecondIndexType, key.index2);
-    T::Append(reply, row);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendEnum(reply, kLocPortIfIndex, key.ifIndex),
+        AppendNumber(reply, T::kSecondIndex, T::kSecondIndexType, key.index2),
+        T::Append(reply, row),
+    }));
 }
 
-}  // namespace
-
-uint32_t LocPortVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServePortRow<LocPortVlan>(opType, request, reply);
-}
-
-uint32_t LocManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServePortRow<LocManVid>(opType, request, reply);
-}
-
-uint32_t LocLinkAggProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServePortRow<LocLinkAgg>(opType, request, reply);
-}
-
-uint32_t LocProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return ReadTwoPartRow<LocProtoVlan>(opType, request, reply); });
-}
-
-uint32_t LocVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return ReadTwoPartRow<LocVlanName>(opType, request, reply); });
+template <typename T>
+uint32_t ServeTwoPartRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return ReadTwoPartRow<T>(opType, request, reply); });
 }
 
 // The switch keeps no protocol identities of its own: the table has no row.
@@ -314,6 +243,18 @@ uint32_t LocVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) 
     });
 }
 
+}  // namespace
+
+const std::array<TableRegistration, 7> kDot1LocalTables = {{
+    {mib::table::lldpV2Xdot1LocEntry, ServePortRow<LocPortVlan>},
+    {mib::table::lldpV2Xdot1LocProtoVlanEntry, ServeTwoPartRow<LocProtoVlan>},
+    {mib::table::lldpV2Xdot1LocVlanNameEntry, ServeTwoPartRow<LocVlanName>},
+    {mib::table::lldpV2Xdot1LocProtocolEntry, LocProtocolProc},
+    {mib::table::lldpV2Xdot1LocVidUsageDigestEntry, LocVidUsageDigestProc},
+    {mib::table::lldpV2Xdot1LocManVidEntry, ServePortRow<LocManVid>},
+    {mib::table::lldpV2Xdot1LocLinkAggEntry, ServePortRow<LocLinkAgg>},
+}};
+
 }  // namespace lldpv2
 
 using namespace lldpv2;
@@ -333,13 +274,11 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetXdot1LocTable(uint32_t ifIndex, uint16_t *
 // The decoded VLAN names of the port's local LLDPDU, null on any failure;
 // the caller frees them with LLDP_libdot1_FreeVlanNameData.
 LLDPV2_EXPORT LLDP_VLAN_NAME_S *LLDP_mibpub_GetDot1LocVlanNameData(uint32_t ifIndex) {
-    LLDP_VLAN_NAME_S *head = nullptr;
+    Owned<LLDP_VLAN_NAME_S, LLDP_libdot1_FreeVlanNameData> head;
     const uint32_t rc = DecodeLocalTlvs(ifIndex, [&](const LLDP_TLV_LIST_S *list) {
-        return LLDP_libdot1_VlanNameBufToData(list, &head) == 0 ? kOk : kErrNoInstance;
+        return LLDP_libdot1_VlanNameBufToData(list, head.out()) == 0 ? kOk : kErrNoInstance;
     });
-    if (rc == kOk) return head;
-    if (head != nullptr) LLDP_libdot1_FreeVlanNameData(head);
-    return nullptr;
+    return rc == kOk ? head.release() : nullptr;
 }
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetVlanNameByVlanId(const LLDP_VLAN_NAME_S *data, uint32_t vlanId,
@@ -366,13 +305,11 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_GetXdot1LocVlanName(uint32_t ifIndex, uint32_
 // The decoded port-and-protocol VLAN ids of the port's local LLDPDU, null on
 // any failure; the caller frees them with LLDP_libdot1_FreePPVlanIdData.
 LLDPV2_EXPORT LLDP_PPVID_S *LLDP_mibpub_GetDot1LocProtoVlanData(uint32_t ifIndex) {
-    LLDP_PPVID_S *head = nullptr;
+    Owned<LLDP_PPVID_S, LLDP_libdot1_FreePPVlanIdData> head;
     const uint32_t rc = DecodeLocalTlvs(ifIndex, [&](const LLDP_TLV_LIST_S *list) {
-        return LLDP_libdot1_PPVlanIdBufToData(list, &head) == 0 ? kOk : kErrNoInstance;
+        return LLDP_libdot1_PPVlanIdBufToData(list, head.out()) == 0 ? kOk : kErrNoInstance;
     });
-    if (rc == kOk) return head;
-    if (head != nullptr) LLDP_libdot1_FreePPVlanIdData(head);
-    return nullptr;
+    return rc == kOk ? head.release() : nullptr;
 }
 
 // 1 when a record of ppvid matched (its flags in result), else 0. Mode 1

@@ -32,9 +32,9 @@ uint32_t CheckProtocolIndex(uint32_t value, uint16_t) { return LLDP_mibpub_Check
 // By LocalIndex. The protocol-VLAN reader accepts the VLAN-name transmit
 // switch as well, but only in a request of the VLAN-name configuration table.
 constexpr std::array<IndexForm, 3> kForms = {{
-    {kLocProtoVlanId, CheckVlanIndex, kCfgProtoVlanTxEnable, {{{MorId(28, 2), 28}, {MorId(28, 3), 28}}}},
-    {kLocVlanId, CheckVlanIndex, kCfgVlanNameTxEnable, {{{MorId(29, 2), 29}, {0, 0}}}},
-    {kLocProtocolIndex, CheckProtocolIndex, kCfgProtocolTxEnable, {{{MorId(30, 2), 0}, {0, 0}}}},
+    {kLocProtoVlanId, CheckVlanIndex, kCfgProtoVlanTxEnable, {{{mib::lldpV2Xdot1LocProtoVlanSupported, 28}, {mib::lldpV2Xdot1LocProtoVlanEnabled, 28}}}},
+    {kLocVlanId, CheckVlanIndex, kCfgVlanNameTxEnable, {{{mib::lldpV2Xdot1LocVlanName, 29}, {0, 0}}}},
+    {kLocProtocolIndex, CheckProtocolIndex, kCfgProtocolTxEnable, {{{mib::lldpV2Xdot1LocProtocolId, 0}, {0, 0}}}},
 }};
 constexpr SkippedColumn kProtoVlanExtra = {kCfgVlanNameTxEnable, 22};
 

@@ -8,15 +8,12 @@
 namespace lldpv2 {
 namespace {
 
-constexpr uint32_t kRemPortVlanId = MorId(34, 1);
-constexpr uint32_t kRemLinkAggStatus = MorId(40, 1);
-constexpr uint32_t kRemLinkAggPortId = MorId(40, 2);
 
-constexpr RemoteIndexForm kPortVlanIndex = {0, nullptr, kRemPortVlanId, kRemPortVlanId};
-constexpr RemoteIndexForm kLinkAggIndex = {0, nullptr, kRemLinkAggStatus, kRemLinkAggPortId};
+constexpr RemoteIndexForm kPortVlanIndex = {0, nullptr, mib::lldpV2Xdot1RemPortVlanId, mib::lldpV2Xdot1RemPortVlanId};
+constexpr RemoteIndexForm kLinkAggIndex = {0, nullptr, mib::lldpV2Xdot1RemLinkAggStatus, mib::lldpV2Xdot1RemLinkAggPortId};
 
 // Ports of this interface type run only the agents 2 and 3.
-constexpr uint32_t kSecondClassType = 56;
+constexpr uint32_t kSecondClassType = kAggregatePortType;
 
 uint32_t GetRemPortVlan(const LLDP_TFAI_S &tfai, uint16_t *vid) {
     uint32_t type = kUnknownPortType;
@@ -59,10 +56,9 @@ uint32_t ReadPortVlan(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_PORT_VLAN, sizeof(result), &tfai, &result);
         if (rc != kOk) return Fail(reply, rc, walk.position);
         vid = NetToHost16(result);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
-    AppendUnsigned(reply, kRemPortVlanId, vid);
-    return kOk;
+    return Written(reply, AppendUnsigned(reply, mib::lldpV2Xdot1RemPortVlanId, vid));
 }
 
 uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
@@ -71,20 +67,20 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const IndexWalk walk = ReadRemoteIndex(request, kLinkAggIndex, &tfai, &unused);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     LLDP_LINK_AGG_S agg{};
-    if (opType == MOR_OP_GET) {
-        const uint32_t rc = GetRemLinkAgg(tfai, &agg);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
-    } else {
-        const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_LINK_AGG, sizeof(agg), &tfai, &agg);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+    const uint32_t rc = ExactOrNext(
+        opType, reply, walk.position, [&] { return GetRemLinkAgg(tfai, &agg); },
+        [&] { return LLDP_mor_GetNextRemTableByTFAI(LLDP_REM_KIND_LINK_AGG, sizeof(agg), &tfai, &agg); });
+    if (rc != kOk) return rc;
+    if (opType != MOR_OP_GET) {
         agg.portId = NetToHost32(agg.portId);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
     uint8_t status = agg.status;
     LLDP_util_Overturn(1, &status);
-    AppendOctets(reply, kRemLinkAggStatus, &status, 1);
-    AppendUnsigned(reply, kRemLinkAggPortId, agg.portId);
-    return kOk;
+    return Written(reply, FirstFailure({
+        AppendOctets(reply, mib::lldpV2Xdot1RemLinkAggStatus, &status, 1),
+        AppendUnsigned(reply, mib::lldpV2Xdot1RemLinkAggPortId, agg.portId),
+    }));
 }
 
 }  // namespace
@@ -92,13 +88,7 @@ uint32_t ReadLinkAgg(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
 IndexWalk ReadRemoteIndex(MOR_MSG request, const RemoteIndexForm &form, LLDP_TFAI_S *tfai, uint32_t *subIndex) {
     LLDP_mibpub_InitTfai(tfai);
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kRemTimeMark: tfai->timeMark = p.U32(); return kOk;
-            case kRemLocalIfIndex: tfai->ifIndex = p.U32(); return LLDP_mibpub_CheckPort(tfai->ifIndex);
-            case kRemLocalDestMac: tfai->agent = p.U32(); return LLDP_mibpub_CheckAgent(tfai->agent, 0);
-            case kRemIndex: tfai->remIndex = p.U32(); return kOk;
-            default: break;
-        }
+        if (const auto rc = ReadPlainTfaiColumn(p, tfai)) return *rc;
         if (form.subIndex != 0 && p.morId == form.subIndex) {
             *subIndex = p.U32();
             return form.checkSub(*subIndex);

@@ -17,16 +17,6 @@
 namespace lldpv2 {
 namespace {
 
-// Selectors of the daemon's remote sub-table get-next (item 21).
-enum RemoteSelector : uint32_t {
-    kSelectProtoVlan = 24,
-    kSelectVlanName = 25,
-    kSelectProtocol = 26,
-    kSelectVidUsageDigest = 27,
-    kSelectManVid = 28,
-};
-
-constexpr uint32_t kMaxVlanNameLen = 32;
 constexpr uint32_t kMaxProtocolIdLen = 255;
 
 uint32_t CheckVlanSub(uint32_t value) { return LLDP_mibpub_CheckVlan(value, 0); }
@@ -39,48 +29,33 @@ uint32_t VidOfResult(const std::array<uint8_t, 4> &r) {
     return NetToHost16(v);
 }
 
-struct RemProtoVlan {
-    static constexpr uint32_t kSelector = kSelectProtoVlan;
-    static constexpr RemoteIndexForm kForm = {MorId(35, 1), CheckVlanSub, MorId(35, 2), MorId(35, 3)};
+struct RemProtoVlan : ProtoVlanRow<mib::lldpV2Xdot1RemProtoVlanSupported, mib::lldpV2Xdot1RemProtoVlanEnabled> {
+    static constexpr bool kIndexedByTfa = false;
+    static constexpr uint32_t kSelector = LLDP_REMSUB_PROTO_VLAN;
+    static constexpr RemoteIndexForm kForm = {mib::lldpV2Xdot1RemProtoVlanId, CheckVlanSub, mib::lldpV2Xdot1RemProtoVlanSupported, mib::lldpV2Xdot1RemProtoVlanEnabled};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
     // PPVID 0 is a row of its own, which a get-next entering the neighbour
     // must not pass over.
     static constexpr bool kRowZeroFirst = true;
-    using Row = LLDP_MIB_PROTOVLAN_S;
-    using Result = std::array<uint32_t, 2>;  // supported, enabled
 
     static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t ppvid, Row *row) {
         Owned<LLDP_PPVID_S, LLDP_libdot1_FreePPVlanIdData> data;
         if (LLDP_libdot1_PPVlanIdBufToData(list, data.out()) != 0) return kErrNoInstance;
         return LLDP_mibpub_SetProtoVlanTable(data.get(), ppvid, 1, row) == 1 ? kOk : kErrNoInstance;
     }
-    static Row FromResult(const Result &r) { return Row{TruthValue(NetToHost32(r[0])), TruthValue(NetToHost32(r[1]))}; }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendEnum(reply, MorId(35, 2), row.supported);
-        AppendEnum(reply, MorId(35, 3), row.enabled);
-    }
 };
 
-struct RemVlanName {
-    static constexpr uint32_t kSelector = kSelectVlanName;
-    static constexpr RemoteIndexForm kForm = {MorId(36, 1), CheckVlanSub, MorId(36, 2), MorId(36, 2)};
+struct RemVlanName : VlanNameRow<mib::lldpV2Xdot1RemVlanName> {
+    static constexpr bool kIndexedByTfa = false;
+    static constexpr uint32_t kSelector = LLDP_REMSUB_VLAN_NAME;
+    static constexpr RemoteIndexForm kForm = {mib::lldpV2Xdot1RemVlanId, CheckVlanSub, mib::lldpV2Xdot1RemVlanName, mib::lldpV2Xdot1RemVlanName};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_ENUM;
     static constexpr bool kRowZeroFirst = true;
-    using Row = LLDP_MIB_VLANNAME_S;
-    using Result = LLDP_MIB_VLANNAME_S;
 
     static uint32_t Decode(const LLDP_TLV_LIST_S *list, uint32_t vlanId, Row *row) {
         Owned<LLDP_VLAN_NAME_S, LLDP_libdot1_FreeVlanNameData> data;
         if (LLDP_libdot1_VlanNameBufToData(list, data.out()) != 0) return kErrNoInstance;
         return LLDP_mibpub_GetVlanNameByVlanId(data.get(), vlanId, row);
-    }
-    static Row FromResult(const Result &r) {
-        Row row = r;
-        row.len = NetToHost32(r.len);
-        return row;
-    }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendOctets(reply, MorId(36, 2), row.name, std::min(row.len, kMaxVlanNameLen));
     }
 };
 
@@ -92,8 +67,9 @@ struct ProtocolIdentity {
 static_assert(sizeof(ProtocolIdentity) == 260, "a protocol identity result is 260 bytes");
 
 struct RemProtocol {
-    static constexpr uint32_t kSelector = kSelectProtocol;
-    static constexpr RemoteIndexForm kForm = {MorId(37, 1), CheckProtocolSub, MorId(37, 2), MorId(37, 2)};
+    static constexpr bool kIndexedByTfa = false;
+    static constexpr uint32_t kSelector = LLDP_REMSUB_PROTOCOL;
+    static constexpr RemoteIndexForm kForm = {mib::lldpV2Xdot1RemProtocolIndex, CheckProtocolSub, mib::lldpV2Xdot1RemProtocolId, mib::lldpV2Xdot1RemProtocolId};
     static constexpr uint32_t kSubIndexType = MOR_TYPE_UNSIGNED;
     // Protocol indexes count from 1 in TLV order.
     static constexpr bool kRowZeroFirst = false;
@@ -117,14 +93,16 @@ struct RemProtocol {
         row.len = NetToHost32(r.len);
         return row;
     }
-    static void Append(MOR_MSG reply, const Row &row) {
-        AppendOctets(reply, MorId(37, 2), row.id, std::min(row.len, kMaxProtocolIdLen));
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, const Row &row) {
+        return AppendOctets(reply, mib::lldpV2Xdot1RemProtocolId, row.id, std::min(row.len, kMaxProtocolIdLen));
     }
 };
 
 struct RemVidUsageDigest {
-    static constexpr uint32_t kSelector = kSelectVidUsageDigest;
-    static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(38, 1), MorId(38, 1)};
+    // The MIB indexes these rows by (time mark, port, agent) alone.
+    static constexpr bool kIndexedByTfa = true;
+    static constexpr uint32_t kSelector = LLDP_REMSUB_VID_USAGE_DIGEST;
+    static constexpr RemoteIndexForm kForm = {0, nullptr, mib::lldpV2Xdot1RemVidUsageDigest, mib::lldpV2Xdot1RemVidUsageDigest};
     static constexpr uint32_t kSubIndexType = 0;
     static constexpr bool kRowZeroFirst = false;
     using Row = uint32_t;
@@ -142,12 +120,14 @@ struct RemVidUsageDigest {
         std::memcpy(&v, r.data(), sizeof(v));
         return NetToHost32(v);
     }
-    static void Append(MOR_MSG reply, Row digest) { AppendUnsigned(reply, MorId(38, 1), digest); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row digest) { return AppendUnsigned(reply, mib::lldpV2Xdot1RemVidUsageDigest, digest); }
 };
 
 struct RemManVid {
-    static constexpr uint32_t kSelector = kSelectManVid;
-    static constexpr RemoteIndexForm kForm = {0, nullptr, MorId(39, 1), MorId(39, 1)};
+    // The MIB indexes these rows by (time mark, port, agent) alone.
+    static constexpr bool kIndexedByTfa = true;
+    static constexpr uint32_t kSelector = LLDP_REMSUB_MAN_VID;
+    static constexpr RemoteIndexForm kForm = {0, nullptr, mib::lldpV2Xdot1RemManVid, mib::lldpV2Xdot1RemManVid};
     static constexpr uint32_t kSubIndexType = 0;
     static constexpr bool kRowZeroFirst = false;
     using Row = uint32_t;
@@ -160,7 +140,7 @@ struct RemManVid {
         return kOk;
     }
     static Row FromResult(const Result &r) { return VidOfResult(r); }
-    static void Append(MOR_MSG reply, Row vid) { AppendUnsigned(reply, MorId(39, 1), vid); }
+    [[nodiscard]] static uint32_t Append(MOR_MSG reply, Row vid) { return AppendUnsigned(reply, mib::lldpV2Xdot1RemManVid, vid); }
 };
 
 // The row (tfai, sub) from the neighbour's stored TLVs; the daemon's error
@@ -176,33 +156,11 @@ uint32_t GetRow(const LLDP_TFAI_S &tfai, uint32_t sub, typename T::Row *row) {
 // The smallest row after (tfai, sub) over the nodes that are up.
 template <typename T>
 uint32_t NextRow(LLDP_TFAI_S *tfai, uint32_t *sub, typename T::Result *result) {
-    struct Candidate {
-        LLDP_TFAI_S tfai;
-        uint32_t sub;
-        typename T::Result result;
-    };
-    Candidate best{};
-    const uint32_t rc = SmallestOverNodes(
-        &best,
-        [&](uint16_t node, Candidate *c) {
-            LLDP_INDEX_PARA_S para;
-            LLDP_mor_InitIndexPara(&para);
-            para.selector = T::kSelector;
-            para.tfai = *tfai;
-            para.index2 = HostToNet32(*sub);
-            if (!NodeGetNext(LLDP_ITEM_REM_SUBTABLE, node, &para, sizeof(c->result), &c->result)) return false;
-            c->tfai = para.tfai;
-            c->sub = NetToHost32(para.index2);
-            return true;
-        },
-        [](const Candidate &a, const Candidate &b) {
-            const int32_t cmp = LLDP_util_CmpTfai(&a.tfai, &b.tfai);
-            return cmp != 0 ? cmp < 0 : a.sub < b.sub;
-        });
+    SubRowKey<TfaiOwner, Index2> key{*tfai, *sub};
+    const uint32_t rc = NextSubRow(LLDP_ITEM_REM_SUBTABLE, T::kSelector, &key, result);
     if (rc != kOk) return rc;
-    *tfai = best.tfai;
-    *sub = best.sub;
-    *result = best.result;
+    *tfai = key.owner;
+    *sub = key.sub;
     return kOk;
 }
 
@@ -216,12 +174,26 @@ uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     const IndexWalk walk = ReadRemoteIndex(request, T::kForm, &tfai, &sub);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
     typename T::Row row{};
+    // Asked by its MIB index, without a remote index, a row indexed by
+    // (time mark, port, agent) is the first neighbour of that pair that
+    // carries the TLV: the one a walk shows for it.
+    const bool byTfa = T::kIndexedByTfa && LLDP_mibpub_CheckLackIndex(request, kRemIndex) == 1;
     if (opType == MOR_OP_GET) {
+        if (byTfa) {
+            LLDP_TFAI_S at = tfai;
+            typename T::Result result{};
+            if (NextRow<T>(&at, &sub, &result) != kOk || at.timeMark != tfai.timeMark || at.ifIndex != tfai.ifIndex ||
+                at.agent != tfai.agent)
+                return Fail(reply, kErrNoInstance, walk.position);
+            return Written(reply, T::Append(reply, T::FromResult(result)));
+        }
         const uint32_t rc = GetRow<T>(tfai, sub, &row);
         if (rc != kOk) return Fail(reply, rc, walk.position);
-        T::Append(reply, row);
-        return kOk;
+        return Written(reply, T::Append(reply, row));
     }
+    // After a (port, agent) named by the MIB index come the rows of the
+    // following pairs, not further neighbours of the same pair.
+    if (byTfa && LLDP_mibpub_CheckLackIndex(request, kRemLocalDestMac) == 0) tfai.remIndex = 0xFFFFFFFF;
     // The daemon's get-next answers strictly after the key, so a neighbour
     // entered without a sub-index is first asked for its row 0.
     const bool rowZero = T::kRowZeroFirst && LLDP_mibpub_CheckLackIndex(request, T::kForm.subIndex) == 1 &&
@@ -233,37 +205,24 @@ uint32_t ReadRow(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         if (NextRow<T>(&tfai, &sub, &result) != kOk) return Fail(reply, kErrNoNext, walk.position);
         row = T::FromResult(result);
     }
-    AppendTfai(reply, tfai);
-    if (T::kForm.subIndex != 0) AppendNumber(reply, T::kForm.subIndex, T::kSubIndexType, sub);
-    T::Append(reply, row);
-    return kOk;
+    if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
+    const uint32_t subIndex = T::kForm.subIndex != 0 ? AppendNumber(reply, T::kForm.subIndex, T::kSubIndexType, sub) : kOk;
+    return Written(reply, FirstFailure({subIndex, T::Append(reply, row)}));
 }
 
-template <typename T>
+template <RemoteSubTable T>
 uint32_t Serve(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     return ServeReadOnly(opType, reply, [&] { return ReadRow<T>(opType, request, reply); });
 }
 
 }  // namespace
 
-uint32_t RemProtoVlanProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<RemProtoVlan>(opType, request, reply);
-}
-
-uint32_t RemVlanNameProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<RemVlanName>(opType, request, reply);
-}
-
-uint32_t RemProtocolProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<RemProtocol>(opType, request, reply);
-}
-
-uint32_t RemVidUsageDigestProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<RemVidUsageDigest>(opType, request, reply);
-}
-
-uint32_t RemManVidProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<RemManVid>(opType, request, reply);
-}
+const std::array<TableRegistration, 5> kRemoteListTables = {{
+    {mib::table::lldpV2Xdot1RemProtoVlanEntry, Serve<RemProtoVlan>},
+    {mib::table::lldpV2Xdot1RemVlanNameEntry, Serve<RemVlanName>},
+    {mib::table::lldpV2Xdot1RemProtocolEntry, Serve<RemProtocol>},
+    {mib::table::lldpV2Xdot1RemVidUsageDigestEntry, Serve<RemVidUsageDigest>},
+    {mib::table::lldpV2Xdot1RemManVidEntry, Serve<RemManVid>},
+}};
 
 }  // namespace lldpv2

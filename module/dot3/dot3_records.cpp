@@ -27,21 +27,16 @@ constexpr std::array<DataTable, 6> kDataTables = {{
 }};
 
 // Bits of the auto-negotiation support/status octet.
-constexpr uint32_t kAutoNegSupportedBit = 0;
-constexpr uint32_t kAutoNegEnabledBit = 1;
-// Bits of the MDI power support octet.
-constexpr uint32_t kPortClassPseBit = 0;
-constexpr uint32_t kMdiSupportedBit = 1;
-constexpr uint32_t kMdiEnabledBit = 2;
-constexpr uint32_t kPairControlBit = 3;
-constexpr uint32_t kPortClassPse = 1;
-constexpr uint32_t kPortClassPd = 2;
+enum : uint32_t { kAutoNegSupportedBit = 0, kAutoNegEnabledBit = 1 };
+// Bits of the MDI power support octet, and the port classes.
+enum : uint32_t { kPortClassPseBit = 0, kMdiSupportedBit = 1, kMdiEnabledBit = 2, kPairControlBit = 3 };
+enum : uint32_t { kPortClassPse = 1, kPortClassPd = 2 };
 
-// MAC/PHY columns 1..4: supported, enabled, advertised capability, MAU type.
-constexpr uint32_t kAutoNegSupportedColumn = 1;
-constexpr uint32_t kAutoNegEnabledColumn = 2;
-constexpr uint32_t kAdvertisedCapColumn = 3;
-constexpr uint32_t kOperMauTypeColumn = 4;
+// The MAC/PHY columns, the same in the local and the remote table.
+constexpr uint32_t kAutoNegSupportedColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegSupported);
+constexpr uint32_t kAutoNegEnabledColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegEnabled);
+constexpr uint32_t kAdvertisedCapColumn = ColumnOf(mib::lldpV2Xdot3LocPortAutoNegAdvertisedCap);
+constexpr uint32_t kOperMauTypeColumn = ColumnOf(mib::lldpV2Xdot3LocPortOperMauType);
 
 // Power columns 1..6, in the order of the MIB record's fields.
 struct PowerColumn {
@@ -71,19 +66,18 @@ bool IsMacPhyColumn(uint32_t morId) {
     return IsXdot3DataColumn(kXdot3LocPortTable, morId) || IsXdot3DataColumn(kXdot3RemPortTable, morId);
 }
 
-void AppendMacPhyColumn(MOR_MSG reply, uint32_t morId, const LLDP_MIB_XDOT3_MACPHY_S &row) {
+[[nodiscard]] uint32_t AppendMacPhyColumn(MOR_MSG reply, uint32_t morId, const LLDP_MIB_XDOT3_MACPHY_S &row) {
     switch (ColumnOf(morId)) {
-        case kAutoNegSupportedColumn: AppendEnum(reply, morId, row.autoNegSupported); break;
-        case kAutoNegEnabledColumn: AppendEnum(reply, morId, row.autoNegEnabled); break;
+        case kAutoNegSupportedColumn: return AppendEnum(reply, morId, row.autoNegSupported);
+        case kAutoNegEnabledColumn: return AppendEnum(reply, morId, row.autoNegEnabled);
         case kAdvertisedCapColumn: {
             // Most significant octet first; the capability bits keep their order.
             const uint8_t octets[2] = {static_cast<uint8_t>(row.advertisedCap >> 8),
                                        static_cast<uint8_t>(row.advertisedCap & 0xFF)};
-            AppendOctets(reply, morId, octets, sizeof(octets));
-            break;
+            return AppendOctets(reply, morId, octets, sizeof(octets));
         }
-        case kOperMauTypeColumn: AppendUnsigned(reply, morId, row.operMauType); break;
-        default: break;
+        case kOperMauTypeColumn: return AppendUnsigned(reply, morId, row.operMauType);
+        default: return kOk;
     }
 }
 
@@ -111,7 +105,7 @@ uint32_t AppendMacPhyColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, c
         if (IsIndexParam(p.morId)) continue;  // the index is never echoed by this writer
         if (!IsMacPhyColumn(p.morId)) return kErrUnserved;
         // A MAC/PHY column of the other MAC/PHY table is answered before it is refused.
-        AppendMacPhyColumn(reply, p.morId, row);
+        if (const uint32_t rc = AppendMacPhyColumn(reply, p.morId, row); rc != kOk) return rc;
         if (TableOf(p.morId) != tableId) return kErrUnserved;
     }
     return kOk;
@@ -126,16 +120,42 @@ uint32_t AppendPowerColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, co
     uint32_t lastValue = 0;
     for (const Param &p : Params(request)) {
         if (IsIndexParam(p.morId)) {
-            AppendNumber(reply, p.morId, lastType, lastValue);
+            if (const uint32_t rc = AppendNumber(reply, p.morId, lastType, lastValue); rc != kOk) return rc;
             continue;
         }
         if (!IsXdot3DataColumn(tableId, p.morId)) return kErrUnserved;  // nothing appended for it
         const PowerColumn &column = kPowerColumns[ColumnOf(p.morId) - 1];
         lastType = column.typeCode;
         lastValue = row.*column.field;
-        AppendNumber(reply, p.morId, lastType, lastValue);
+        if (const uint32_t rc = AppendNumber(reply, p.morId, lastType, lastValue); rc != kOk) return rc;
     }
     return kOk;
+}
+
+uint32_t MacPhyTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    LLDP_MAC_PHY_S record{};
+    const uint32_t rc = LLDP_mibpub_GetMacPhyFromPkt(tlvs, len, &record);
+    if (rc == kOk) LLDP_mibpub_ConvertMacPhyToMibData(&record, row);
+    return rc;
+}
+
+uint32_t PowerTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    LLDP_POWER_MDI_S record{};
+    const uint32_t rc = LLDP_mibpub_GetPowerMDIFromPkt(tlvs, len, &record);
+    if (rc == kOk) LLDP_mibpub_ConvertPowerMDIToMibData(&record, row);
+    return rc;
+}
+
+uint32_t MaxFrameSizeTlv::Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
+    uint16_t size = 0;
+    const uint32_t rc = LLDP_mibpub_GetMaxFrameSizeFromPkt(tlvs, len, &size);
+    if (rc == kOk) *row = size;
+    return rc;
+}
+
+uint32_t MaxFrameSizeTlv::Append(MOR_MSG, MOR_MSG reply, uint32_t tableId, const Row &row) {
+    static_assert(ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize) == ColumnOf(mib::lldpV2Xdot3RemMaxFrameSize));
+    return AppendUnsigned(reply, MorId(tableId, ColumnOf(mib::lldpV2Xdot3LocMaxFrameSize)), row);
 }
 
 }  // namespace lldpv2

@@ -4,9 +4,11 @@
 // and the table processors.
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "common/mibpub.h"
+#include "common/registry.h"
 
 extern "C" {
 
@@ -52,19 +54,16 @@ uint32_t LLDP_mibpub_SetXdot3PortCfg(uint32_t ifIndex, uint32_t mode, uint8_t bi
 
 namespace lldpv2 {
 
-inline constexpr uint32_t kXdot3PortConfigTable = 75;
-inline constexpr uint32_t kXdot3LocPortTable = 76;
-inline constexpr uint32_t kXdot3LocPowerTable = 77;
-inline constexpr uint32_t kXdot3LocMaxFrameSizeTable = 78;
-inline constexpr uint32_t kXdot3RemPortTable = 79;
-inline constexpr uint32_t kXdot3RemPowerTable = 80;
-inline constexpr uint32_t kXdot3RemMaxFrameSizeTable = 81;
+inline constexpr uint32_t kXdot3PortConfigTable = mib::table::lldpV2Xdot3PortConfigEntry;
+inline constexpr uint32_t kXdot3LocPortTable = mib::table::lldpV2Xdot3LocPortEntry;
+inline constexpr uint32_t kXdot3LocPowerTable = mib::table::lldpV2Xdot3LocPowerEntry;
+inline constexpr uint32_t kXdot3LocMaxFrameSizeTable = mib::table::lldpV2Xdot3LocMaxFrameSizeEntry;
+inline constexpr uint32_t kXdot3RemPortTable = mib::table::lldpV2Xdot3RemPortEntry;
+inline constexpr uint32_t kXdot3RemPowerTable = mib::table::lldpV2Xdot3RemPowerEntry;
+inline constexpr uint32_t kXdot3RemMaxFrameSizeTable = mib::table::lldpV2Xdot3RemMaxFrameSizeEntry;
 
 // lldpV2LocPortIfIndex: the index of the local tables.
-inline constexpr uint32_t kLocPortIfIndex = MorId(10, 1);
-// The single column of each maximum frame size table.
-inline constexpr uint32_t kXdot3LocMaxFrameSize = MorId(kXdot3LocMaxFrameSizeTable, 1);
-inline constexpr uint32_t kXdot3RemMaxFrameSize = MorId(kXdot3RemMaxFrameSizeTable, 1);
+inline constexpr uint32_t kLocPortIfIndex = mib::lldpV2LocPortIfIndex;
 
 // Whether morId is a data column of the table (76 to 81).
 bool IsXdot3DataColumn(uint32_t tableId, uint32_t morId);
@@ -75,12 +74,34 @@ bool IsXdot3DataColumn(uint32_t tableId, uint32_t morId);
 uint32_t AppendMacPhyColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, const LLDP_MIB_XDOT3_MACPHY_S &row);
 uint32_t AppendPowerColumns(MOR_MSG request, MOR_MSG reply, uint32_t tableId, const LLDP_MIB_XDOT3_POWER_S &row);
 
-uint32_t Xdot3PortConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3LocPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3LocPowerProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3LocMaxFrameSizeProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3RemPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3RemPowerProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
-uint32_t Xdot3RemMaxFrameSizeProc(uint32_t opType, MOR_MSG request, MOR_MSG reply);
+// The three 802.3 TLVs as the local and remote tables answer them: the row
+// in MIB form, Decode (a TLV stream without header into a row, 0x61010058
+// when it holds no such TLV) and Append (the columns of the request to
+// tableId).
+struct MacPhyTlv {
+    using Row = LLDP_MIB_XDOT3_MACPHY_S;
+    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row);
+    static uint32_t Append(MOR_MSG request, MOR_MSG reply, uint32_t tableId, const Row &row) {
+        return AppendMacPhyColumns(request, reply, tableId, row);
+    }
+};
+struct PowerTlv {
+    using Row = LLDP_MIB_XDOT3_POWER_S;
+    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row);
+    static uint32_t Append(MOR_MSG request, MOR_MSG reply, uint32_t tableId, const Row &row) {
+        return AppendPowerColumns(request, reply, tableId, row);
+    }
+};
+struct MaxFrameSizeTlv {
+    using Row = uint32_t;
+    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row);
+    // The single column, whichever columns the request named.
+    static uint32_t Append(MOR_MSG request, MOR_MSG reply, uint32_t tableId, const Row &row);
+};
+
+extern const LLDP_TABLE_PROC_PF Xdot3PortConfigProc;
+// The processors of the local (76 to 78) and remote (79 to 81) tables.
+extern const std::array<TableRegistration, 3> kXdot3LocalTables;
+extern const std::array<TableRegistration, 3> kXdot3RemoteTables;
 
 }  // namespace lldpv2

@@ -24,65 +24,23 @@ uint32_t LocalRecord(uint32_t ifIndex, Record *record, uint32_t (*decode)(const 
     return decode(pdu.data() + kLocalHeaderLen, static_cast<uint16_t>(pdu.len() - kLocalHeaderLen), record);
 }
 
-// One local table: the daemon's kind of local data, how a TLV stream becomes
-// a row, and how the row is answered.
-struct LocPortTable {
-    static constexpr uint32_t kTable = kXdot3LocPortTable;
-    static constexpr uint32_t kKind = 1;
-    using Row = LLDP_MIB_XDOT3_MACPHY_S;
-
-    static uint32_t Get(uint32_t ifIndex, Row *row) { return LLDP_mibpub_GetXdot3LocPort(ifIndex, row); }
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        LLDP_MAC_PHY_S record{};
-        const uint32_t rc = LLDP_mibpub_GetMacPhyFromPkt(tlvs, len, &record);
-        if (rc == kOk) LLDP_mibpub_ConvertMacPhyToMibData(&record, row);
-        return rc;
-    }
-    static uint32_t Append(MOR_MSG request, MOR_MSG reply, const Row &row) {
-        return AppendMacPhyColumns(request, reply, kTable, row);
-    }
+// One local table: the TLV it answers, the daemon's kind of local data and
+// the getter of a port's row.
+template <typename Tlv, uint32_t Table, uint32_t Kind, uint32_t (*GetRow)(uint32_t, typename Tlv::Row *)>
+struct LocalTable : Tlv {
+    static constexpr uint32_t kTable = Table;
+    static constexpr uint32_t kKind = Kind;
+    static uint32_t Get(uint32_t ifIndex, typename Tlv::Row *row) { return GetRow(ifIndex, row); }
 };
-
-struct LocPowerTable {
-    static constexpr uint32_t kTable = kXdot3LocPowerTable;
-    static constexpr uint32_t kKind = 2;
-    using Row = LLDP_MIB_XDOT3_POWER_S;
-
-    static uint32_t Get(uint32_t ifIndex, Row *row) { return LLDP_mibpub_GetXdot3LocPower(ifIndex, row); }
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        LLDP_POWER_MDI_S record{};
-        const uint32_t rc = LLDP_mibpub_GetPowerMDIFromPkt(tlvs, len, &record);
-        if (rc == kOk) LLDP_mibpub_ConvertPowerMDIToMibData(&record, row);
-        return rc;
-    }
-    static uint32_t Append(MOR_MSG request, MOR_MSG reply, const Row &row) {
-        return AppendPowerColumns(request, reply, kTable, row);
-    }
-};
-
-struct LocMaxFrameSizeTable {
-    static constexpr uint32_t kTable = kXdot3LocMaxFrameSizeTable;
-    static constexpr uint32_t kKind = 3;
-    using Row = uint32_t;
-
-    static uint32_t Get(uint32_t ifIndex, Row *row) { return LLDP_mibpub_GetXdot3LocMaxFrameSize(ifIndex, row); }
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        uint16_t size = 0;
-        const uint32_t rc = LLDP_mibpub_GetMaxFrameSizeFromPkt(tlvs, len, &size);
-        if (rc == kOk) *row = size;
-        return rc;
-    }
-    // The single column, whichever columns the request named.
-    static uint32_t Append(MOR_MSG, MOR_MSG reply, const Row &row) {
-        AppendUnsigned(reply, kXdot3LocMaxFrameSize, row);
-        return kOk;
-    }
-};
+using LocPortTable = LocalTable<MacPhyTlv, kXdot3LocPortTable, LLDP_LOC_KIND_MAC_PHY, LLDP_mibpub_GetXdot3LocPort>;
+using LocPowerTable = LocalTable<PowerTlv, kXdot3LocPowerTable, LLDP_LOC_KIND_POWER, LLDP_mibpub_GetXdot3LocPower>;
+using LocMaxFrameSizeTable = LocalTable<MaxFrameSizeTlv, kXdot3LocMaxFrameSizeTable, LLDP_LOC_KIND_MAX_FRAME,
+                                        LLDP_mibpub_GetXdot3LocMaxFrameSize>;
 
 // The next port after *ifIndex with local data of the table's kind.
 template <typename T>
 uint32_t ReadNext(uint32_t *ifIndex, typename T::Row *row) {
-    uint8_t buf[kLocalInfoCapacity];
+    uint8_t buf[kLocalBufferSize];
     uint16_t len = 0;
     const uint32_t rc = LLDP_mor_V2MibGetNextLocTable(T::kKind, sizeof(buf), ifIndex, buf, &len);
     if (rc != kOk) return rc;
@@ -117,33 +75,33 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         // A port that failed its check still positions the search.
         const uint32_t rc = ReadNext<T>(&ifIndex, &row);
         if (rc != kOk) return Fail(reply, rc, kErrorPosition);
-        AppendEnum(reply, kLocPortIfIndex, ifIndex);
+        if (const uint32_t written = AppendEnum(reply, kLocPortIfIndex, ifIndex); written != kOk) return Fail(reply, written);
     }
-    const uint32_t rc = T::Append(request, reply, row);
+    const uint32_t rc = T::Append(request, reply, T::kTable, row);
     return rc == kOk ? kOk : Fail(reply, rc, kErrorPosition);
 }
 
-template <typename T>
+// Unlike the shared frame, these tables report a set and an op type they do
+// not serve at position 0 too, like every other error of theirs.
+template <PortKeyedTable T>
 uint32_t Serve(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return Read<T>(opType, request, reply); },
-        // Read-only; reported at position 0 like every error of these tables.
-        [&] { return Fail(reply, kErrReadOnly, kErrorPosition); });
+    switch (ClassifyOp(opType)) {
+        case Op::Phase: return kOk;
+        case Op::Set: return Fail(reply, kErrReadOnly, kErrorPosition);
+        case Op::Get:
+        case Op::GetNext: return Read<T>(opType, request, reply);
+        case Op::Unserved: break;
+    }
+    return Fail(reply, kErrUnserved, kErrorPosition);
 }
 
 }  // namespace
 
-uint32_t Xdot3LocPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<LocPortTable>(opType, request, reply);
-}
-
-uint32_t Xdot3LocPowerProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<LocPowerTable>(opType, request, reply);
-}
-
-uint32_t Xdot3LocMaxFrameSizeProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return Serve<LocMaxFrameSizeTable>(opType, request, reply);
-}
+const std::array<TableRegistration, 3> kXdot3LocalTables = {{
+    {kXdot3LocPortTable, Serve<LocPortTable>},
+    {kXdot3LocPowerTable, Serve<LocPowerTable>},
+    {kXdot3LocMaxFrameSizeTable, Serve<LocMaxFrameSizeTable>},
+}};
 
 }  // namespace lldpv2
 

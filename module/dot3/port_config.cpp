@@ -6,17 +6,14 @@
 #include "common/export.h"
 #include "common/guards.h"
 #include "common/reply.h"
+#include "common/tlv_cfg.h"
 #include "dot3/dot3_tables.h"
 
 namespace lldpv2 {
 namespace {
 
 // The table is indexed by lldpV2PortConfigTable's index columns.
-constexpr uint32_t kIfIndex = MorId(3, 1);
-constexpr uint32_t kDestAddressIndex = MorId(3, 2);
-constexpr uint32_t kTlvsTxEnable = MorId(kXdot3PortConfigTable, 1);
 
-constexpr uint32_t kTlvCfgCapacity = 4096;
 // The only agent with rows here: the nearest bridge.
 constexpr uint32_t kRowAgent = 1;
 // Mode 1 is the LLDP-V2 form, in which linkAggregation belongs to the 802.1
@@ -31,21 +28,9 @@ constexpr std::array<uint32_t, 4> kDot3TlvBits = {LLDP_TLVBIT_MAC_PHY, LLDP_TLVB
                                                   LLDP_TLVBIT_MAX_FRAME};
 constexpr uint8_t kLinkAggModuleBit = 1u << 2;
 
-// Words of the daemon's TLV transmit request: the 802.3 group as a whole, and
-// the link aggregation TLV on its own.
-constexpr uint32_t kTlvCfgRequestLength = 1044;
-constexpr uint32_t kGroupWord2 = 3;
-constexpr uint32_t kGroupWord3 = 3;
-constexpr uint32_t kLinkAggWord2 = 0;
-constexpr uint32_t kLinkAggWord3 = 6;
 
-uint32_t SendTlvCfg(uint32_t ifIndex, uint32_t enable, uint32_t mask, uint32_t word2, uint32_t word3) {
-    LLDP_TLV_CFG_REQ_S request;
-    std::memset(&request, 0, sizeof(request));
-    request.length = kTlvCfgRequestLength;
-    request.mask = mask;
-    request.word2 = word2;
-    request.word3 = word3;
+uint32_t SendTlvCfg(uint32_t ifIndex, uint32_t enable, uint32_t mask, TlvCfgScope scope) {
+    const LLDP_TLV_CFG_REQ_S request = TlvCfgRequest(mask, scope);
     return LLDP_mor_SetTlvCfg(ifIndex, kRowAgent, enable, &request);
 }
 
@@ -70,14 +55,12 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_PORT_AGENT_S pair;
     LLDP_mibpub_InitPortAgent(&pair);
     const IndexWalk walk = WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kIfIndex:
-                pair.port = p.U32();
-                return IsDot3Port(pair.port) ? kOk : kErrNoInstance;
-            case kDestAddressIndex: pair.agent = p.U32(); return LLDP_mibpub_CheckAgentCfg(pair.agent, 0);
-            case kTlvsTxEnable: return kOk;  // the one column is answered anyway
-            default: return kErrUnserved;
-        }
+        const auto index = ReadPairColumn(
+            p, &pair, [](uint32_t port) { return IsDot3Port(port) ? kOk : kErrNoInstance; },
+            [](uint32_t agent) { return LLDP_mibpub_CheckAgentCfg(agent, 0); });
+        if (index) return *index;
+        // The one column is answered anyway.
+        return p.morId == mib::lldpV2Xdot3PortConfigTLVsTxEnable ? kOk : kErrUnserved;
     });
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
 
@@ -90,10 +73,9 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
         const uint32_t rc = NextRow(pair.port, pair.agent, &pair.port, &bits);
         if (rc != kOk) return Fail(reply, rc);
         pair.agent = kRowAgent;
-        LLDP_mibpub_SetIndexToReplyMsg(reply, kIfIndex, kDestAddressIndex, &pair);
+        LLDP_mibpub_SetIndexToReplyMsg(reply, mib::lldpV2PortConfigIfIndex, mib::lldpV2PortConfigDestAddressIndex, &pair);
     }
-    AppendOctets(reply, kTlvsTxEnable, &bits, 1);
-    return kOk;
+    return Written(reply, AppendOctets(reply, mib::lldpV2Xdot3PortConfigTLVsTxEnable, &bits, 1));
 }
 
 uint32_t Write(MOR_MSG request, MOR_MSG reply) {
@@ -101,16 +83,16 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
     uint8_t bits = 0;
     for (const Param &p : Params(request)) {
         switch (p.morId) {
-            case kIfIndex:
+            case mib::lldpV2PortConfigIfIndex:
                 port = p.U32();
                 if (!IsDot3Port(port)) return Fail(reply, kErrSetRefused, p.position);
                 break;
-            case kDestAddressIndex: {
+            case mib::lldpV2PortConfigDestAddressIndex: {
                 const uint32_t rc = LLDP_mibpub_CheckAgentCfg(p.U32(), 1);
                 if (rc != kOk) return Fail(reply, rc, p.position);
                 break;
             }
-            case kTlvsTxEnable: {
+            case mib::lldpV2Xdot3PortConfigTLVsTxEnable: {
                 uint8_t value[32] = {};
                 p.Copy(sizeof(value), value);
                 bits = value[0];
@@ -125,11 +107,6 @@ uint32_t Write(MOR_MSG request, MOR_MSG reply) {
 
 }  // namespace
 
-uint32_t Xdot3PortConfigProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeTable(
-        opType, reply, [&] { return Read(opType, request, reply); }, [&] { return Write(request, reply); });
-}
-
 }  // namespace lldpv2
 
 using namespace lldpv2;
@@ -137,18 +114,17 @@ using namespace lldpv2;
 extern "C" {
 
 LLDPV2_EXPORT uint32_t LLDP_mibpub_GetXdot3PortCfg(uint32_t ifIndex, uint32_t mode, uint8_t *bits) {
-    uint8_t buf[kTlvCfgCapacity];
-    uint16_t len = 0;
-    const uint32_t rc = LLDP_mor_MibGet(ifIndex, kRowAgent, LLDP_ITEM_TLV_CFG, sizeof(buf), buf, &len);
-    if (rc != kOk) return rc;
-    TlvCfg cfg;
-    if (cfg.Parse(buf, len) != 0) return kErrNoInstance;
     uint8_t octet = 0;
-    for (size_t i = 0; i < kDot3TlvBits.size(); ++i) {
-        const uint8_t moduleBit = static_cast<uint8_t>(1u << i);
-        if (moduleBit == kLinkAggModuleBit && mode != kModeWithLinkAgg) continue;
-        if (cfg.Enabled(kDot3TlvBits[i])) octet |= moduleBit;
-    }
+    // A configuration that did not parse is left as it is, not cleared;
+    // only a parsed one is released.
+    const uint32_t rc = ReadTlvCfg(ifIndex, kRowAgent, TlvCfgRelease::OnlyParsed, [&](const TlvCfg &cfg) {
+        for (size_t i = 0; i < kDot3TlvBits.size(); ++i) {
+            const uint8_t moduleBit = static_cast<uint8_t>(1u << i);
+            if (moduleBit == kLinkAggModuleBit && mode != kModeWithLinkAgg) continue;
+            if (cfg.Enabled(kDot3TlvBits[i])) octet |= moduleBit;
+        }
+    });
+    if (rc != kOk) return rc;
     // macPhyConfigStatus lands on the most significant bit (BITS bit 0).
     LLDP_util_Overturn(1, &octet);
     *bits = octet;
@@ -168,9 +144,11 @@ LLDPV2_EXPORT uint32_t LLDP_mibpub_SetXdot3PortCfg(uint32_t ifIndex, uint32_t mo
     uint32_t result = kOk;
     if (mode == kModeWithLinkAgg) {
         const uint32_t linkAgg = 1u << LLDP_TLVBIT_LINK_AGG;
-        result = SendTlvCfg(ifIndex, (mask & linkAgg) != 0 ? 1 : 0, linkAgg, kLinkAggWord2, kLinkAggWord3);
+        result = SendTlvCfg(ifIndex, (mask & linkAgg) != 0 ? 1 : 0, linkAgg, kScopeLinkAgg);
     }
-    return result | SendTlvCfg(ifIndex, 1, mask, kGroupWord2, kGroupWord3);
+    return result | SendTlvCfg(ifIndex, 1, mask, kScopeDot3Group);
 }
 
 }  // extern "C"
+
+const LLDP_TABLE_PROC_PF lldpv2::Xdot3PortConfigProc = ServeReadWrite<Read, Write>;

@@ -20,66 +20,31 @@ struct PowerResult {
 };
 static_assert(sizeof(PowerResult) == 8, "the power get-next result has 8 octets");
 
-// One remote table: the daemon's get-next kind and result, how a TLV stream
-// or a result becomes a row, and how the row is answered.
-struct RemPortTable {
+// One remote table: the TLV it answers, the daemon's get-next kind and
+// result, and how a result becomes a row.
+struct RemPortTable : MacPhyTlv {
     static constexpr uint32_t kTable = kXdot3RemPortTable;
     static constexpr uint32_t kKind = LLDP_REM_KIND_MAC_PHY;
-    using Row = LLDP_MIB_XDOT3_MACPHY_S;
     using Result = LLDP_MAC_PHY_S;  // both 16-bit fields in network order
-
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        LLDP_MAC_PHY_S record{};
-        const uint32_t rc = LLDP_mibpub_GetMacPhyFromPkt(tlvs, len, &record);
-        if (rc == kOk) LLDP_mibpub_ConvertMacPhyToMibData(&record, row);
-        return rc;
-    }
     static void FromResult(Result result, Row *row) {
         result.advertisedCap = NetToHost16(result.advertisedCap);
         result.operMauType = NetToHost16(result.operMauType);
         LLDP_mibpub_ConvertMacPhyToMibData(&result, row);
     }
-    static uint32_t Append(MOR_MSG request, MOR_MSG reply, const Row &row) {
-        return AppendMacPhyColumns(request, reply, kTable, row);
-    }
 };
 
-struct RemPowerTable {
+struct RemPowerTable : PowerTlv {
     static constexpr uint32_t kTable = kXdot3RemPowerTable;
     static constexpr uint32_t kKind = LLDP_REM_KIND_POWER;
-    using Row = LLDP_MIB_XDOT3_POWER_S;
     using Result = PowerResult;
-
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        LLDP_POWER_MDI_S record{};
-        const uint32_t rc = LLDP_mibpub_GetPowerMDIFromPkt(tlvs, len, &record);
-        if (rc == kOk) LLDP_mibpub_ConvertPowerMDIToMibData(&record, row);
-        return rc;
-    }
     static void FromResult(const Result &result, Row *row) { LLDP_mibpub_ConvertPowerMDIToMibData(&result.mdi, row); }
-    static uint32_t Append(MOR_MSG request, MOR_MSG reply, const Row &row) {
-        return AppendPowerColumns(request, reply, kTable, row);
-    }
 };
 
-struct RemMaxFrameSizeTable {
+struct RemMaxFrameSizeTable : MaxFrameSizeTlv {
     static constexpr uint32_t kTable = kXdot3RemMaxFrameSizeTable;
     static constexpr uint32_t kKind = LLDP_REM_KIND_MAX_FRAME;
-    using Row = uint32_t;
     using Result = uint16_t;  // network order
-
-    static uint32_t Decode(const uint8_t *tlvs, uint16_t len, Row *row) {
-        uint16_t size = 0;
-        const uint32_t rc = LLDP_mibpub_GetMaxFrameSizeFromPkt(tlvs, len, &size);
-        if (rc == kOk) *row = size;
-        return rc;
-    }
     static void FromResult(Result result, Row *row) { *row = NetToHost16(result); }
-    // The single column, whichever columns the request named.
-    static uint32_t Append(MOR_MSG, MOR_MSG reply, const Row &row) {
-        AppendUnsigned(reply, kXdot3RemMaxFrameSize, row);
-        return kOk;
-    }
 };
 
 // Reads the TFAI and accepts the columns of the table. The port and agent
@@ -87,13 +52,8 @@ struct RemMaxFrameSizeTable {
 // them.
 IndexWalk ReadIndex(MOR_MSG request, uint32_t table, LLDP_TFAI_S *tfai) {
     return WalkIndex(request, [&](const Param &p) -> uint32_t {
-        switch (p.morId) {
-            case kRemTimeMark: tfai->timeMark = p.U32(); return kOk;
-            case kRemLocalIfIndex: tfai->ifIndex = p.U32(); return LLDP_mibpub_CheckPort(tfai->ifIndex);
-            case kRemLocalDestMac: tfai->agent = p.U32(); return LLDP_mibpub_CheckAgent(tfai->agent, 0);
-            case kRemIndex: tfai->remIndex = p.U32(); return kOk;
-            default: return IsXdot3DataColumn(table, p.morId) ? kOk : kErrUnserved;
-        }
+        if (const auto rc = ReadPlainTfaiColumn(p, tfai)) return *rc;
+        return IsXdot3DataColumn(table, p.morId) ? kOk : kErrUnserved;
     });
 }
 
@@ -113,35 +73,36 @@ uint32_t Read(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
     LLDP_mibpub_InitTfai(&tfai);
     const IndexWalk walk = ReadIndex(request, T::kTable, &tfai);
     if (walk.Ends(opType)) return Fail(reply, walk.code, walk.position);
+    // A get-next forgets an index error it went past, its position included:
+    // whatever fails from here on concerns the whole request.
 
     typename T::Row row{};
     if (opType == MOR_OP_GET) {
         const uint32_t rc = ReadExact<T>(tfai, &row);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+        if (rc != kOk) return Fail(reply, rc);
     } else {
         typename T::Result result{};
         // The daemon's end of the table goes back as it stands.
         const uint32_t rc = LLDP_mor_GetNextRemTableByTFAI(T::kKind, sizeof(result), &tfai, &result);
-        if (rc != kOk) return Fail(reply, rc, walk.position);
+        if (rc != kOk) return Fail(reply, rc);
         T::FromResult(result, &row);
-        AppendTfai(reply, tfai);
+        if (const uint32_t written = AppendTfai(reply, tfai); written != kOk) return Fail(reply, written);
     }
-    const uint32_t rc = T::Append(request, reply, row);
-    return rc == kOk ? kOk : Fail(reply, rc, walk.position);
+    const uint32_t rc = T::Append(request, reply, T::kTable, row);
+    return rc == kOk ? kOk : Fail(reply, rc);
+}
+
+template <TfaiKeyedTable T>
+uint32_t Serve(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
+    return ServeReadOnly(opType, reply, [&] { return Read<T>(opType, request, reply); });
 }
 
 }  // namespace
 
-uint32_t Xdot3RemPortProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return Read<RemPortTable>(opType, request, reply); });
-}
-
-uint32_t Xdot3RemPowerProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return Read<RemPowerTable>(opType, request, reply); });
-}
-
-uint32_t Xdot3RemMaxFrameSizeProc(uint32_t opType, MOR_MSG request, MOR_MSG reply) {
-    return ServeReadOnly(opType, reply, [&] { return Read<RemMaxFrameSizeTable>(opType, request, reply); });
-}
+const std::array<TableRegistration, 3> kXdot3RemoteTables = {{
+    {kXdot3RemPortTable, Serve<RemPortTable>},
+    {kXdot3RemPowerTable, Serve<RemPowerTable>},
+    {kXdot3RemMaxFrameSizeTable, Serve<RemMaxFrameSizeTable>},
+}};
 
 }  // namespace lldpv2

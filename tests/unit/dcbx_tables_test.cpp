@@ -4,11 +4,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "lldpv2host/scenario.h"
 #include "module_fixture.h"
+#include "walk_get.h"
 
 namespace lldpv2test {
 namespace {
@@ -365,6 +367,68 @@ TEST_F(DcbxTest, WalksCrossPortsNodesAndNeighbours) {
     // Applications in (port, selector, protocol) order, an application once.
     EXPECT_THAT(Walk(56, Mor(56, 3)), ElementsAre(ElementsAre(1u, 1u, 0u, 1u), ElementsAre(1u, 1u, 0x8906u, 3u),
                                                   ElementsAre(1u, 2u, 3260u, 4u), ElementsAre(101u, 3u, 4791u, 5u)));
+}
+
+TEST_F(DcbxTest, TransmitConfigurationIsReleasedWhetherOrNotItParsed) {
+    for (uint32_t table = 44; table <= 47; ++table) {
+        SCOPED_TRACE(table);
+        const std::vector<P> row = {P::N(kCfgPort, 1), P::N(kCfgAgent, 1), P::C(Mor(table, 1))};
+        for (bool parses : {true, false}) {
+            if (!parses) lldpv2host::SetFault("LLDP_util_CreateFromTLVCfgBuf", 0x40010001);
+            lldpv2host::StartTrace();
+            Result r = Send(1, table, row);
+            const std::vector<std::string> trace = lldpv2host::StopTrace();
+            lldpv2host::ClearFaults();
+            EXPECT_EQ(r.status, parses ? 0u : kNoInstance);
+            EXPECT_EQ(std::count(trace.begin(), trace.end(), "LLDP_util_CreateFromTLVCfgBuf"), 1);
+            EXPECT_EQ(std::count(trace.begin(), trace.end(), "LLDP_util_ClearTLVCfg"), 1) << "parses " << parses;
+        }
+    }
+}
+
+TEST_F(DcbxTest, EveryAdminTableWalkReadsWhatAGetReads) {
+    size_t tables = 0;
+    for (const auto &[morId, column] : ServedColumns()) {
+        if (std::string(column.node->name).rfind("lldpXdot1dcbxAdmin", 0) != 0) continue;
+        SCOPED_TRACE(column.node->name);
+        ++tables;
+        const ColumnReport report = WalkAndGet(*column.node);
+        EXPECT_GT(report.rows, 0u);
+        for (const std::string &problem : report.problems) ADD_FAILURE() << problem;
+    }
+    EXPECT_EQ(tables, 13u);  // the readable columns of tables 66 to 74
+    // The recommendation TSA rows read the configuration TSA bytes.
+    EXPECT_EQ(Walk(71, Mor(71, 2)), Walk(69, Mor(69, 2)));
+}
+
+TEST_F(DcbxTest, BasicColumnsTheDecodedDataLacksAreLeftOut) {
+    // When the DCBX library reports the CBS and class count (ETS) or the MBC
+    // and capability (PFC) absent, a get of the Loc and Rem basic tables
+    // answers willing alone; the admin data always carries all three.
+    struct Case {
+        uint32_t table;
+        std::vector<P> owner;
+        bool optionalFirst;  // the optional columns are 1 and 2 (ETS), else 2 and 3 (PFC)
+        bool fromAdmin;
+    };
+    const Case cases[] = {
+        {48, Port(1), true, false}, {57, Tfai(1), true, false}, {66, Port(1), true, true},
+        {54, Port(1), false, false}, {63, Tfai(1), false, false}, {72, Port(1), false, true},
+    };
+    for (bool absent : {false, true}) {
+        lldpv2host::testing::SetDcbxOptionalFieldsAbsent(absent);
+        for (const Case &c : cases) {
+            SCOPED_TRACE(testing::Message() << c.table << (absent ? " absent" : " present"));
+            Result r = Send(1, c.table, AllThree(c.owner, c.table));
+            ASSERT_EQ(r.status, 0u);
+            const uint32_t willing = c.optionalFirst ? Mor(c.table, 3) : Mor(c.table, 1);
+            if (absent && !c.fromAdmin) {
+                EXPECT_THAT(r.MorIds(), ElementsAre(willing));
+            } else {
+                EXPECT_THAT(r.MorIds(), ElementsAre(Mor(c.table, 3), Mor(c.table, 2), Mor(c.table, 1)));
+            }
+        }
+    }
 }
 
 TEST_F(DcbxTest, ImpossibleApplicationIsRefusedBeforeThePortIsRead) {

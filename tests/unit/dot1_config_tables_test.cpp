@@ -303,6 +303,65 @@ TEST_F(Dot1ConfigTablesTest, ProtoVlanAndManagementVidSets) {
     }
 }
 
+TEST_F(Dot1ConfigTablesTest, TransmitRecordsHandedToTheDaemon) {
+    // Each set hands the daemon one record per agent, from the port's first
+    // agent to 3: words 1044, the TLV mask, 1 and 6, and for a switch that
+    // names a VLAN the marker 2 at octet 1042 with the id at octet 1044.
+    struct Expected {
+        uint32_t agent, enable, mask;
+        uint16_t marker, id;
+    };
+    struct Case {
+        const char *name;
+        uint32_t table;
+        std::vector<P> params;
+        std::vector<Expected> records;
+    };
+    const Case cases[] = {
+        {"VLAN name on", 22, {P::N(kPort, 1), P::N(kVlanId, 10), P::N(Mor(22, 1), 1)},
+         {{1, 1, kBitVlanName, 2, 10}, {2, 1, kBitVlanName, 2, 10}, {3, 1, kBitVlanName, 2, 10}}},
+        {"VLAN name off for the VLAN sent", 22, {P::N(kPort, 1), P::N(kVlanId, 10), P::N(Mor(22, 1), 2)},
+         {{1, 0, kBitVlanName, 0, 0}, {2, 0, kBitVlanName, 0, 0}, {3, 0, kBitVlanName, 0, 0}}},
+        {"VLAN name off for another VLAN", 22, {P::N(kPort, 1), P::N(kVlanId, 20), P::N(Mor(22, 1), 2)}, {}},
+        {"VLAN name on a type-56 port", 22, {P::N(kPort, 2), P::N(kVlanId, 30), P::N(Mor(22, 1), 1)},
+         {{2, 1, kBitVlanName, 2, 30}, {3, 1, kBitVlanName, 2, 30}}},
+        {"protocol VLAN on", 23, {P::N(kPort, 1), P::N(kProtoVlanId, 100), P::N(Mor(23, 1), 1)},
+         {{1, 1, kBitProtoVlan, 2, 100}, {2, 1, kBitProtoVlan, 2, 100}, {3, 1, kBitProtoVlan, 2, 100}}},
+        {"protocol VLAN off for the one sent", 23, {P::N(kPort, 1), P::N(kProtoVlanId, 100), P::N(Mor(23, 1), 2)},
+         {{1, 0, kBitProtoVlan, 0, 0}, {2, 0, kBitProtoVlan, 0, 0}, {3, 0, kBitProtoVlan, 0, 0}}},
+        {"management VID on", 26, {P::N(kPort, 101), P::N(Mor(26, 1), 1)},
+         {{1, 1, kBitManVid, 0, 0}, {2, 1, kBitManVid, 0, 0}, {3, 1, kBitManVid, 0, 0}}},
+        {"management VID off, type-56 port", 26, {P::N(kPort, 2), P::N(Mor(26, 1), 2)},
+         {{2, 0, kBitManVid, 0, 0}, {3, 0, kBitManVid, 0, 0}}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        lldpv2host::testing::RecordTlvCfgRequests();
+        ASSERT_EQ(Send(2, c.table, c.params).status, 0u);
+        const std::vector<lldpv2host::testing::TlvCfgRequest> sent = lldpv2host::testing::TlvCfgRequests();
+        ASSERT_EQ(sent.size(), c.records.size());
+        const uint32_t port = c.params.front().value;
+        for (size_t i = 0; i < sent.size(); ++i) {
+            const auto &s = sent[i];
+            const Expected &e = c.records[i];
+            EXPECT_EQ(s.ifIndex, port);
+            EXPECT_EQ(s.agent, e.agent);
+            EXPECT_EQ(s.enable, e.enable);
+            EXPECT_EQ(s.Word(0), 1044u);
+            EXPECT_EQ(s.Word(1), e.mask);
+            EXPECT_EQ(s.Word(2), 1u);
+            EXPECT_EQ(s.Word(3), 6u);
+            EXPECT_EQ(s.Half(1042), e.marker);
+            EXPECT_EQ(s.Half(1044), e.id);
+            // Nothing else of the block is written.
+            size_t others = 0;
+            for (size_t octet = 16; octet < s.block.size(); ++octet)
+                if (octet != 1042 && octet != 1043 && octet != 1044 && octet != 1045 && s.block[octet] != 0) ++others;
+            EXPECT_EQ(others, 0u);
+        }
+    }
+}
+
 TEST_F(Dot1ConfigTablesTest, OpTypesNotServed) {
     for (uint32_t table = 21; table <= 26; ++table) {
         SCOPED_TRACE("table " + std::to_string(table));

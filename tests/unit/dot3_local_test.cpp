@@ -206,6 +206,40 @@ TEST_F(Dot3LocalTest, LocalTablesReportEveryFailureAtPositionZero) {
     }
 }
 
+TEST_F(Dot3LocalTest, UnservedOpTypesArePlacedLikeEveryOtherErrorOfTheTable) {
+    // The local tables place every error at position 0, an op type they do
+    // not serve included; the configuration table blames the whole request.
+    const std::pair<uint32_t, uint32_t> tables[] = {{75, kAll}, {76, 0}, {77, 0}, {78, 0}};
+    for (const auto &[table, position] : tables) {
+        for (uint32_t opType : {0u, 4u, 10u, 0xFFFFFFFFu}) {
+            SCOPED_TRACE(testing::Message() << table << " op " << opType);
+            Result r = Send(opType, table, {P::N(table == 75 ? kCfgPort : kLocPort, 1), P::C(Mor(table, 1))});
+            EXPECT_EQ(r.status, 0x61010052u);
+            EXPECT_EQ(r.ErrorIndex(), position);
+            EXPECT_EQ(r.Count(), 0u);
+        }
+    }
+}
+
+TEST_F(Dot3LocalTest, UnparsedTransmitConfigurationIsLeftAloneOnlyParsedOneReleased) {
+    // The configuration is released after a good parse; one that did not
+    // parse is not cleared.
+    lldpv2host::StartTrace();
+    ASSERT_EQ(Get(75, {P::N(kCfgPort, 1), P::N(kCfgAgent, 1), P::C(kTxEnable)}).status, 0u);
+    std::vector<std::string> trace = lldpv2host::StopTrace();
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), "LLDP_util_ClearTLVCfg"), 1);
+
+    lldpv2host::SetFault("LLDP_util_CreateFromTLVCfgBuf", 0x40010001);
+    lldpv2host::StartTrace();
+    Result r = Get(75, {P::N(kCfgPort, 1), P::N(kCfgAgent, 1), P::C(kTxEnable)});
+    trace = lldpv2host::StopTrace();
+    lldpv2host::ClearFaults();
+    EXPECT_EQ(r.status, 0x61010058u);
+    EXPECT_EQ(r.ErrorIndex(), kAll);
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), "LLDP_util_CreateFromTLVCfgBuf"), 1);
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), "LLDP_util_ClearTLVCfg"), 0);
+}
+
 TEST_F(Dot3LocalTest, LocalWalksEndAtTheFirstPortLackingTheTlv) {
     // Ports 2 and 4 have data they do not send: each walk ends there,
     // although port 101 sends all three.

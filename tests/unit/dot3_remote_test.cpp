@@ -160,6 +160,28 @@ TEST_F(Dot3RemoteTest, RequestErrors) {
     EXPECT_EQ(next.U32(4), 16u);
 }
 
+TEST_F(Dot3RemoteTest, GetNextPastAnIgnoredIndexPartBlamesTheWholeRequestForLaterFailures) {
+    // The bad index part (agent 4, interface 999) is passed over; the
+    // daemon's end of the table after it concerns the whole request, not
+    // the part that was ignored.
+    struct Case {
+        uint32_t table;
+        Tfai tfai;
+    };
+    const Case cases[] = {
+        {79, {0, 101, 4, 0}},    // no MAC/PHY neighbour after port 101
+        {80, {0, 999, 1, 0}},    // nothing after interface 999
+        {81, {0, 101, 7, 5}},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.table);
+        Result r = Ask(3, c.table, &c.tfai, {P::C(Mor(c.table, 1))});
+        EXPECT_EQ(r.status, kNoEntry);
+        EXPECT_EQ(r.ErrorIndex(), kAll);
+        EXPECT_EQ(r.Count(), 0u);
+    }
+}
+
 TEST_F(Dot3RemoteTest, ColumnWritersTreatIndexParametersDifferently) {
     Result frame = Ask(3, 81, nullptr, {});
     EXPECT_THAT(frame.MorIds(), ElementsAre(kTimeMark, kPort, kAgent, kRemIndex, Mor(81, 1)));

@@ -131,12 +131,25 @@ TEST_F(GlobalConfigTest, GetNextAndUnservedOpTypesAreRefused) {
 }
 
 TEST_F(GlobalConfigTest, ExportedGetterFillsTheWholeView) {
-    ASSERT_EQ(lldpv2host::SetGlobalValue(10, 3000), 0u);
-    ASSERT_EQ(lldpv2host::SetGlobalValue(6, 7), 0u);
+    // A distinct value in every field, so that no two fields can be swapped
+    // unnoticed (reinit delay and transmit delay are both 2 by default).
+    lldpv2host::LldpGlobalConfig cfg;
+    cfg.txInterval = 31;
+    cfg.holdMultiplier = 5;
+    cfg.reinitDelay = 6;
+    cfg.txDelay = 3;
+    cfg.notificationInterval = 33;
+    cfg.txCreditMax = 9;
+    cfg.msgFastTx = 11;
+    cfg.txFastInit = 7;
+    ASSERT_EQ(lldpv2host::SetGlobalConfig(cfg), 0u);
     uint32_t view[8] = {};
     auto get = module().Function<uint32_t(uint32_t *)>("LLDP_mibpub_GetGlbCfg");
     ASSERT_EQ(get(view), 0u);
-    EXPECT_THAT(view, ElementsAre(30u, 4u, 2u, 2u, 30u, 5u, 3000u, 7u));
+    EXPECT_THAT(view, ElementsAre(31u, 5u, 6u, 3u, 33u, 9u, 11u, 7u));
+    // The scalars serve their own fields of the view.
+    const std::pair<uint32_t, uint32_t> scalars[] = {{1, 31}, {2, 5}, {3, 6}, {4, 33}, {5, 9}, {6, 11}, {7, 7}};
+    for (const auto &[column, value] : scalars) EXPECT_EQ(Get(2, {P::C(Mor(2, column))}).U32(0), value) << column;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "lldpv2host/lldp.h"
 #include "lldpv2host/switch.h"
+#include "lldpv2host/testing.h"
 #include "lldpv2host/trace.h"
 #include "module_loader.h"
 #include "mor_client.h"
@@ -17,6 +18,7 @@ class ModuleTest : public ::testing::Test {
 protected:
     void SetUp() override {
         lldpv2host::ClearFaults();
+        lldpv2host::testing::ResetTesting();
         lldpv2host::ResetSwitch();
         lldpv2host::ResetLldp();
         lldpv2host::AddNode(1);
@@ -25,6 +27,7 @@ protected:
     void TearDown() override {
         module_.reset();
         lldpv2host::ClearFaults();
+        lldpv2host::testing::ResetTesting();
     }
 
     Module &module() { return *module_; }

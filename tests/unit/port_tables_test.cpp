@@ -251,5 +251,42 @@ TEST_F(PortTablesTest, RemoteTableStatisticsAreSummedOverNodesThatAreUp) {
     EXPECT_EQ(GetNext(6, {}).status, 0x61010052u);
 }
 
+TEST_F(PortTablesTest, EveryCounterLandsInItsOwnColumn) {
+    // Distinct, non-zero counters: a swapped pair of columns shows.
+    lldpv2host::AgentCounters c;
+    c.framesOut = 11;
+    c.framesIn = 12;
+    c.framesDiscarded = 13;
+    c.framesInError = 14;
+    c.tlvsDiscarded = 15;
+    c.tlvsUnrecognized = 16;
+    c.ageouts = 17;
+    c.lengthErrors = 18;
+    ASSERT_EQ(lldpv2host::testing::SetCounters(kOrdinary, 2, c), 0u);
+    const auto values = [](const Result &r) {
+        std::vector<uint32_t> v;
+        for (size_t i = 0; i < r.Count(); ++i) v.push_back(r.U32(i));
+        return v;
+    };
+    Result rx = Get(8, {P::N(Mor(8, 1), kOrdinary), P::N(Mor(8, 2), 2)});
+    ASSERT_EQ(rx.status, 0u);
+    EXPECT_THAT(values(rx), ElementsAre(13u, 14u, 12u, 15u, 16u, 17u));
+    Result tx = Get(7, {P::N(Mor(7, 1), kOrdinary), P::N(Mor(7, 2), 2)});
+    ASSERT_EQ(tx.status, 0u);
+    EXPECT_THAT(values(tx), ElementsAre(11u, 18u));
+
+    // Remote-table statistics: every counter of every node distinct, summed
+    // over the nodes that are up; the last change time is the largest.
+    ASSERT_EQ(lldpv2host::testing::SetNodeStats(1, {1, 20, 300, 4000, 70}), 0u);
+    ASSERT_EQ(lldpv2host::testing::SetNodeStats(2, {10000, 200000, 3000000, 40000000, 60}), 0u);
+    const auto stats = [&] {
+        return values(Get(6, {P::C(Mor(6, 1)), P::C(Mor(6, 2)), P::C(Mor(6, 3)), P::C(Mor(6, 4)), P::C(Mor(6, 5))}));
+    };
+    EXPECT_THAT(stats(), ElementsAre(70u, 10001u, 200020u, 3000300u, 40004000u));
+    lldpv2host::SetNodeUp(1, false);
+    EXPECT_THAT(stats(), ElementsAre(60u, 10000u, 200000u, 3000000u, 40000000u));
+    lldpv2host::SetNodeUp(1, true);
+}
+
 }  // namespace
 }  // namespace lldpv2test

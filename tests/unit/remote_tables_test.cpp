@@ -107,6 +107,15 @@ TEST_F(RemoteTablesTest, GetAnswersAllElevenColumnsInMibForm) {
 }
 
 TEST_F(RemoteTablesTest, RemoteSystemsIndexErrors) {
+    constexpr uint32_t kDaemonNoEntry = 0x40010003;
+    constexpr uint32_t kTypeUnreadable = 9;
+    lldpv2host::Interface unreadable;
+    unreadable.ifIndex = kTypeUnreadable;
+    unreadable.name = "port9";
+    unreadable.node = 1;
+    unreadable.type = 18;
+    unreadable.typeReadable = false;
+    lldpv2host::AddInterface(unreadable);
     struct Case {
         const char *name;
         std::vector<P> params;
@@ -118,16 +127,14 @@ TEST_F(RemoteTablesTest, RemoteSystemsIndexErrors) {
         {"agent 4", TfaiParams({0, kOrdinary, 4, remA}), 0x61010058, 2},
         {"not an LLDP port", TfaiParams({0, kNotLldp, 1, remA}), 0x61010058, 1},
         {"agent not allowed on the port", TfaiParams({0, kSecondClass, 1, 1}), 0x61010058, kAll},
-        {"no such neighbour", TfaiParams({0, kOrdinary, 1, remA + 50}), 0, kAll},
+        {"no such neighbour", TfaiParams({0, kOrdinary, 1, remA + 50}), kDaemonNoEntry, kAll},
+        {"no neighbour on the agent", TfaiParams({0, kNode2Second, 1, 1}), kDaemonNoEntry, kAll},
+        {"port type unreadable", TfaiParams({0, kTypeUnreadable, 1, 1}), 0x61010058, 1},
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.name);
         Result r = Send(1, 12, c.params);
-        if (c.code == 0) {
-            EXPECT_NE(r.status, 0u);
-        } else {
-            EXPECT_EQ(r.status, c.code);
-        }
+        EXPECT_EQ(r.status, c.code);
         EXPECT_EQ(r.ErrorIndex(), c.position);
         EXPECT_EQ(r.Count(), 0u);
     }

@@ -95,7 +95,7 @@ TEST_F(RequestHelpersTest, PortCheckAndPortType) {
     }
     // A type that cannot be read leaves 128 and passes the platform's error on.
     uint32_t type = 0;
-    EXPECT_NE(getPortType(8, &type), 0u);
+    EXPECT_EQ(getPortType(8, &type), lldpv2host::kIfAttributeUnreadable);
     EXPECT_EQ(type, 128u);
 }
 

@@ -4,7 +4,7 @@
 //
 // Loads LLDP-V2-MIB, LLDP-EXT-DOT1-V2-MIB, LLDP-EXT-DOT3-V2-MIB and what they
 // import from <mib-directory>, and writes lldpv2_tree.cpp,
-// lldpv2_dot1_tree.cpp, lldpv2_dot3_tree.cpp and mib_trees.h into
+// lldpv2_dot1_tree.cpp, lldpv2_dot3_tree.cpp, mib_trees.h and mor_ids.h into
 // <output-directory>. A file whose content is unchanged is not rewritten.
 #include <cstdio>
 #include <exception>
@@ -19,6 +19,7 @@
 namespace {
 
 const char kHeaderName[] = "mib_trees.h";
+const char kMorIdsName[] = "mor_ids.h";
 
 void WriteIfChanged(const std::filesystem::path &path, const std::string &content) {
     std::ifstream in(path, std::ios::binary);
@@ -54,6 +55,7 @@ int main(int argc, char **argv) {
                         served);
         }
         WriteIfChanged(outDir / kHeaderName, mibgen::WriteTreesHeader(trees));
+        WriteIfChanged(outDir / kMorIdsName, mibgen::WriteMorIdsHeader(trees));
     } catch (const std::exception &e) {
         std::fprintf(stderr, "mibgen: %s\n", e.what());
         return 1;

@@ -6,6 +6,7 @@
 #include <map>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace mibgen {
 namespace {
@@ -16,6 +17,15 @@ std::string Identifier(const std::string &name) {
     return id;
 }
 
+// The pieces appended one after another. Strings are built so, not with
+// "text" + std::string&&, which g++ 12 at -O3 reports as an overlapping copy
+// although it is none.
+std::string Concat(std::initializer_list<std::string_view> pieces) {
+    std::string s;
+    for (std::string_view p : pieces) s += p;
+    return s;
+}
+
 std::string Literal(const std::string &text) {
     std::string s = "\"";
     for (char c : text) {
@@ -24,6 +34,9 @@ std::string Literal(const std::string &text) {
     }
     return s + "\"";
 }
+
+// Upper half of every MOR id the module serves.
+constexpr uint32_t kModuleMorId = 0x02320000u;
 
 std::string Hex(uint32_t v) {
     char buf[16];
@@ -180,16 +193,17 @@ std::string Writer::Source(const std::string &headerName) {
             records << "    {MIB_RESTRICT_NAMED, 0, " << r->values.size() << ", 0, nullptr, &kNamed[" << namedCount
                     << "]},  // " << r->origin << "\n";
             std::vector<std::string> items;
-            for (const NamedValue &v : r->values) items.push_back("{" + Literal(v.label) + ", " + std::to_string(v.value) + "}");
+            for (const NamedValue &v : r->values)
+                items.push_back(Concat({"{", Literal(v.label), ", ", std::to_string(v.value), "}"}));
             named << "    // " << r->origin << "\n" << Wrapped(items);
             namedCount += r->values.size();
         } else {
             std::string text;
             std::vector<std::string> pairs, pointers;
             for (const Range &x : r->ranges) {
-                text += (text.empty() ? "" : " | ") + std::to_string(x.min) + ".." + std::to_string(x.max);
-                pairs.push_back("{" + std::to_string(x.min) + ", " + std::to_string(x.max) + "u}");
-                pointers.push_back("&kRange[" + std::to_string(rangeCount++) + "]");
+                text += Concat({text.empty() ? "" : " | ", std::to_string(x.min), "..", std::to_string(x.max)});
+                pairs.push_back(Concat({"{", std::to_string(x.min), ", ", std::to_string(x.max), "u}"}));
+                pointers.push_back(Concat({"&kRange[", std::to_string(rangeCount++), "]"}));
             }
             records << "    {MIB_RESTRICT_RANGES, 0, " << r->ranges.size() << ", 0, &kRangeList["
                     << rangeCount - r->ranges.size() << "], nullptr},  // " << text << "\n";
@@ -308,6 +322,46 @@ std::string WriteTreesHeader(const std::vector<Tree> &trees) {
         out << "LLDPV2_EXPORT extern const MIB_NODE_S " << t.layout.prefix << "_node_iso;\n";
     }
     out << "}\n";
+    return out.str();
+}
+
+std::string WriteMorIdsHeader(const std::vector<Tree> &trees) {
+    std::vector<std::string> modules;
+    for (const Tree &t : trees) {
+        for (const std::string &m : t.sourceModules) {
+            if (std::find(modules.begin(), modules.end(), m) == modules.end()) modules.push_back(m);
+        }
+    }
+    // Every served leaf of the module once (the dot1 and dot3 trees repeat
+    // the base tree), in MOR id order, and the table id of each entry or
+    // scalar group that holds one.
+    std::map<uint32_t, std::string> leaves;
+    std::map<uint32_t, std::string> tables;
+    for (const Tree &t : trees) {
+        for (const auto &[oid, node] : t.nodes) {
+            if (node.morId == 0 || (node.morId >> 16) != (kModuleMorId >> 16)) continue;
+            const auto [it, added] = leaves.emplace(node.morId, Identifier(node.name));
+            if (!added && it->second != Identifier(node.name))
+                throw std::runtime_error("MOR id " + Hex(node.morId) + " names " + it->second + " and " + node.name);
+            Oid parentOid(oid.begin(), oid.end() - 1);
+            const auto parent = t.nodes.find(parentOid);
+            if (parent == t.nodes.end()) throw std::runtime_error("no parent of " + node.name);
+            tables.emplace((node.morId >> 8) & 0xFFu, Identifier(parent->second.name));
+        }
+    }
+    std::ostringstream out;
+    out << Generated(modules) << "//\n"
+        << "// Named MOR ids of the module: mib::table::<entry or scalar group> is the\n"
+        << "// table id (bits 8 to 15 of the MOR id), mib::<object name> the MOR id of\n"
+        << "// a served column or scalar.\n"
+        << "#pragma once\n\n"
+        << "#include <cstdint>\n\n"
+        << "namespace lldpv2::mib {\n\n"
+        << "namespace table {\n";
+    for (const auto &[id, name] : tables) out << "inline constexpr uint32_t " << name << " = " << id << ";\n";
+    out << "}  // namespace table\n\n";
+    for (const auto &[id, name] : leaves) out << "inline constexpr uint32_t " << name << " = " << Hex(id) << ";\n";
+    out << "\n}  // namespace lldpv2::mib\n";
     return out.str();
 }
 

@@ -80,7 +80,8 @@
 //     0 ETS basic: result 12 bytes, CBS, traffic classes (0 = 8), willing;
 //     1 ETS priority assignment: index2 = priority; value the traffic class;
 //     2..5 ETS configuration bandwidth, configuration TSA, recommendation
-//       bandwidth, recommendation TSA: index2 = traffic class;
+//       bandwidth, recommendation TSA (which answers the configuration
+//       TSA bytes, as the admin record does): index2 = traffic class;
 //     6 PFC basic: result 12 bytes, willing, MBC, capability;
 //     7 PFC enable: index2 = priority; value 1 or 0;
 //     8 application priority: index2 = selector, index3 = protocol; value
@@ -201,6 +202,25 @@ struct RemoteTableStats {
     bool operator==(const RemoteTableStats &) const = default;
 };
 RemoteTableStats NodeStats(uint16_t node);
+
+// Whether changes of the remote table of (ifIndex, agent) are notified: its
+// lldpV2PortConfigNotificationEnable. False when the agent does not run there.
+bool Notification(uint32_t ifIndex, uint32_t agent);
+
+// The stack's local system data (what every LLDPDU carries about the system).
+struct LocalSystemView {
+    uint8_t chassisIdSubtype = 0;
+    std::vector<uint8_t> chassisId;
+    std::string name;
+    std::string description;
+    uint16_t capSupported = 0;  // LLDP capability bits
+    uint16_t capEnabled = 0;
+};
+LocalSystemView LocalSystemInfo();
+
+// The port's local description (its lldpV2LocPortDesc whether or not it is
+// transmitted); empty when there is none or ifIndex is not an LLDP port.
+std::string PortDescription(uint32_t ifIndex);
 
 // The TLV stream (End TLV included) of the LLDPDU that the agent sends now.
 std::vector<uint8_t> LocalLldpdu(uint32_t ifIndex, uint32_t agent);

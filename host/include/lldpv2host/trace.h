@@ -17,6 +17,7 @@
 //   DEV_GetAllNodes                       LIP_GetLocalLip
 //   LLDP_util_IsServiceStarted <unit> <service>
 //   LLDP_util_SetIfFirstAgentID <ifIndex>
+//   LLDP_util_CreateFromTLVCfgBuf         LLDP_util_ClearTLVCfg
 // The LLDP client library adds its own entries (LLDP_tlvmng_Init,
 // LLDP_libbasic_Reg, ...). The reads of a MOR message (op type, table id,
 // parameter walk and values) are not traced.

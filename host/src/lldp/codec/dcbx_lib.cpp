@@ -6,6 +6,7 @@
 
 #include "lldp/codec/codec_common.h"
 #include "lldpv2/dcbx_lib.h"
+#include "testing_hooks.h"
 
 using namespace lldpv2host::lldp;
 using namespace lldpv2host::lldp::detail;
@@ -31,8 +32,8 @@ uint32_t DCBX_lib_GetETSConfDataFromTLVList(const LLDP_TLV_LIST_S *list, DCBX_ET
     out->cbs = e.cbs ? 1 : 0;
     out->willing = e.willing ? 1 : 0;
     out->tcs = e.maxTcs;
-    out->cbsPresent = 1;
-    out->tcsPresent = 1;
+    out->cbsPresent = lldpv2host::testing::hooks::DcbxOptionalFieldsAbsent() ? 0 : 1;
+    out->tcsPresent = out->cbsPresent;
     FillEtsTables(out, e.priorityTc, e.bandwidth, e.tsa);
     return 0;
 }
@@ -76,8 +77,8 @@ uint32_t DCBX_lib_GetPFCDataFromTLVList(const LLDP_TLV_LIST_S *list, DCBX_PFC_DA
     out->willing = p.willing ? 1 : 0;
     out->mbc = p.mbc ? 1 : 0;
     out->cap = p.cap;
-    out->mbcPresent = 1;
-    out->capPresent = 1;
+    out->mbcPresent = lldpv2host::testing::hooks::DcbxOptionalFieldsAbsent() ? 0 : 1;
+    out->capPresent = out->mbcPresent;
     for (unsigned prio = 0; prio < 8; ++prio) out->enable[prio] = (p.enable >> prio) & 1;
     return 0;
 }

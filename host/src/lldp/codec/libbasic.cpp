@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "lldp/codec/codec_common.h"
+#include "testing_hooks.h"
 
 using namespace lldpv2host::lldp;
 using namespace lldpv2host::lldp::detail;
@@ -88,7 +89,9 @@ LLDP_REM_MANADDR_DATA_S *LLDP_libbasic_ManAddrTLVBufToData(const LLDP_TLV_LIST_S
             if (data == nullptr) return nullptr;
         }
         size_t slot = 0;
-        while (slot < LLDP_MANADDR_SLOTS && data->slot[slot] != nullptr && data->slot[slot]->subtype != m.subtype) {
+        const bool ownSlot = lldpv2host::testing::hooks::ManAddrSlotPerAddress();
+        while (slot < LLDP_MANADDR_SLOTS && data->slot[slot] != nullptr &&
+               (ownSlot || data->slot[slot]->subtype != m.subtype)) {
             ++slot;
         }
         if (slot == LLDP_MANADDR_SLOTS) continue;
@@ -147,6 +150,7 @@ uint32_t LLDP_libbasic_ParseUnknownTLV(const LLDP_TLV_LIST_S *list, LLDP_ORGDEF_
             e->type = n->type;
             e->len = static_cast<uint16_t>(std::min<size_t>(n->len, sizeof e->info));
             if (e->len != 0) std::memcpy(e->info, n->value, e->len);
+            lldpv2host::testing::hooks::FillInfo(e->info, &e->len, sizeof e->info);
             if (unknownTail == nullptr) *unknown = e;
             else unknownTail->next = e;
             unknownTail = e;
@@ -165,6 +169,7 @@ uint32_t LLDP_libbasic_ParseUnknownTLV(const LLDP_TLV_LIST_S *list, LLDP_ORGDEF_
         e->index = index;
         e->len = static_cast<uint16_t>(std::min<size_t>(n->len - kOrgHeaderLen, sizeof e->info));
         if (e->len != 0) std::memcpy(e->info, n->value + kOrgHeaderLen, e->len);
+        lldpv2host::testing::hooks::FillInfo(e->info, &e->len, sizeof e->info);
         if (orgTail == nullptr) *orgDef = e;
         else orgTail->next = e;
         orgTail = e;

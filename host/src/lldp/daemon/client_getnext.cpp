@@ -6,6 +6,7 @@
 
 #include "lldp/daemon/buffers.h"
 #include "lldp/daemon/wire.h"
+#include "testing_hooks.h"
 
 using namespace lldpv2host;
 using namespace lldpv2host::daemon;
@@ -83,19 +84,19 @@ std::vector<Row> AppRows(const std::vector<lldp::AppPriority> &apps) {
 std::vector<Row> Dot1LocalRows(uint32_t kind, const lldp::Lldpdu &pdu) {
     std::vector<Row> rows;
     switch (kind) {
-        case 1:
+        case LLDP_DOT1LOC_PORT_VLAN:
             if (pdu.portVlanId) rows.push_back(Row{0, 0, Vid16(*pdu.portVlanId)});
             break;
-        case 2:
+        case LLDP_DOT1LOC_PROTO_VLAN:
             for (const lldp::ProtoVlan &pv : pdu.protoVlans) rows.push_back(Row{pv.ppvid, 0, ProtoVlanResult(pv)});
             break;
-        case 3:
+        case LLDP_DOT1LOC_VLAN_NAME:
             for (const lldp::VlanName &v : pdu.vlanNames) rows.push_back(Row{v.vid, 0, VlanNameResult(v)});
             break;
-        case 4:
+        case LLDP_DOT1LOC_MAN_VID:
             if (pdu.managementVid) rows.push_back(Row{0, 0, Vid16(*pdu.managementVid)});
             break;
-        case 5:
+        case LLDP_DOT1LOC_LINK_AGG:
             if (pdu.linkAgg) {
                 std::vector<uint8_t> r{pdu.linkAgg->status};
                 Append32(r, pdu.linkAgg->portId);
@@ -115,19 +116,19 @@ std::vector<Row> DcbxLocalRows(uint32_t selector, const lldp::Lldpdu &pdu) {
     const auto &reco = pdu.etsRecommendation;
     const auto &pfc = pdu.pfc;
     switch (selector) {
-        case 0: return ets ? std::vector<Row>{Row{0, 0, U32(ets->cbs ? 1 : 0)}} : std::vector<Row>{};
-        case 1: return ets ? std::vector<Row>{Row{0, 0, U32(ets->maxTcs)}} : std::vector<Row>{};
-        case 2: return ets ? std::vector<Row>{Row{0, 0, U32(ets->willing ? 1 : 0)}} : std::vector<Row>{};
-        case 3: return ets ? ByIndex8(ets->priorityTc) : std::vector<Row>{};
-        case 4: return ets ? ByIndex8(ets->bandwidth) : std::vector<Row>{};
-        case 5: return ets ? ByIndex8(ets->tsa) : std::vector<Row>{};
-        case 6: return reco ? ByIndex8(reco->bandwidth) : std::vector<Row>{};
-        case 7: return reco ? ByIndex8(reco->tsa) : std::vector<Row>{};
-        case 8: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->willing ? 1 : 0)}} : std::vector<Row>{};
-        case 9: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->mbc ? 1 : 0)}} : std::vector<Row>{};
-        case 10: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->cap)}} : std::vector<Row>{};
-        case 11: return pfc ? PfcEnableRows(pfc->enable) : std::vector<Row>{};
-        case 12: return pdu.appPriority ? AppRows(*pdu.appPriority) : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_CBS: return ets ? std::vector<Row>{Row{0, 0, U32(ets->cbs ? 1 : 0)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_TCS: return ets ? std::vector<Row>{Row{0, 0, U32(ets->maxTcs)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_WILLING: return ets ? std::vector<Row>{Row{0, 0, U32(ets->willing ? 1 : 0)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_PRIORITY: return ets ? ByIndex8(ets->priorityTc) : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_BANDWIDTH: return ets ? ByIndex8(ets->bandwidth) : std::vector<Row>{};
+        case LLDP_DCBXLOC_ETS_TSA: return ets ? ByIndex8(ets->tsa) : std::vector<Row>{};
+        case LLDP_DCBXLOC_RECO_BANDWIDTH: return reco ? ByIndex8(reco->bandwidth) : std::vector<Row>{};
+        case LLDP_DCBXLOC_RECO_TSA: return reco ? ByIndex8(reco->tsa) : std::vector<Row>{};
+        case LLDP_DCBXLOC_PFC_WILLING: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->willing ? 1 : 0)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_PFC_MBC: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->mbc ? 1 : 0)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_PFC_CAP: return pfc ? std::vector<Row>{Row{0, 0, U32(pfc->cap)}} : std::vector<Row>{};
+        case LLDP_DCBXLOC_PFC_ENABLE: return pfc ? PfcEnableRows(pfc->enable) : std::vector<Row>{};
+        case LLDP_DCBXLOC_APP_PRIORITY: return pdu.appPriority ? AppRows(*pdu.appPriority) : std::vector<Row>{};
         default: return {};
     }
 }
@@ -135,37 +136,43 @@ std::vector<Row> DcbxLocalRows(uint32_t selector, const lldp::Lldpdu &pdu) {
 // DCBX admin rows (item 23) of a port, by selector.
 std::vector<Row> DcbxAdminRows(uint32_t selector, const DcbxAdmin &a) {
     switch (selector) {
-        case 0:
+        case LLDP_DCBXADM_ETS_BASIC:
             if (!a.etsValid) return {};
             return {Row{0, 0, U32s({a.ets.cbs ? 1u : 0u, uint32_t{a.ets.maxTcs}, a.ets.willing ? 1u : 0u})}};
-        case 1: return a.etsValid ? ByIndex8(a.ets.priorityTc) : std::vector<Row>{};
-        case 2: return a.etsValid ? ByIndex8(a.ets.bandwidth) : std::vector<Row>{};
-        case 3: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
-        case 4: return a.etsValid ? ByIndex8(a.reco.bandwidth) : std::vector<Row>{};
-        case 5: return a.etsValid ? ByIndex8(a.reco.tsa) : std::vector<Row>{};
-        case 6:
+        case LLDP_DCBXADM_ETS_PRIORITY: return a.etsValid ? ByIndex8(a.ets.priorityTc) : std::vector<Row>{};
+        case LLDP_DCBXADM_ETS_BANDWIDTH: return a.etsValid ? ByIndex8(a.ets.bandwidth) : std::vector<Row>{};
+        case LLDP_DCBXADM_ETS_TSA: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
+        case LLDP_DCBXADM_RECO_BANDWIDTH: return a.etsValid ? ByIndex8(a.reco.bandwidth) : std::vector<Row>{};
+        // The recommendation TSA rows answer the configuration TSA bytes
+        // (21..28 of the admin record): the management module reads the
+        // recommendation TSA there, and a walk must show what a get reads.
+        case LLDP_DCBXADM_RECO_TSA: return a.etsValid ? ByIndex8(a.ets.tsa) : std::vector<Row>{};
+        case LLDP_DCBXADM_PFC_BASIC:
             if (!a.pfcValid) return {};
             return {Row{0, 0, U32s({a.pfc.willing ? 1u : 0u, a.pfc.mbc ? 1u : 0u, uint32_t{a.pfc.cap}})}};
-        case 7: return a.pfcValid ? PfcEnableRows(a.pfc.enable) : std::vector<Row>{};
-        case 8: return a.appValid ? AppRows(a.apps) : std::vector<Row>{};
+        case LLDP_DCBXADM_PFC_ENABLE: return a.pfcValid ? PfcEnableRows(a.pfc.enable) : std::vector<Row>{};
+        case LLDP_DCBXADM_APP_PRIORITY: return a.appValid ? AppRows(a.apps) : std::vector<Row>{};
         default: return {};
     }
 }
 
 bool SingleKey(uint32_t item, uint32_t selector) {
     switch (item) {
-        case LLDP_ITEM_DOT1_LOC: return selector == 1 || selector == 4 || selector == 5;
-        case LLDP_ITEM_DCBX_ADMIN: return selector == 0 || selector == 6;
-        case LLDP_ITEM_DCBX_LOC: return selector <= 2 || (selector >= 8 && selector <= 10);
+        case LLDP_ITEM_DOT1_LOC:
+            return selector == LLDP_DOT1LOC_PORT_VLAN || selector == LLDP_DOT1LOC_MAN_VID || selector == LLDP_DOT1LOC_LINK_AGG;
+        case LLDP_ITEM_DCBX_ADMIN: return selector == LLDP_DCBXADM_ETS_BASIC || selector == LLDP_DCBXADM_PFC_BASIC;
+        case LLDP_ITEM_DCBX_LOC:
+            return selector <= LLDP_DCBXLOC_ETS_WILLING ||
+                   (selector >= LLDP_DCBXLOC_PFC_WILLING && selector <= LLDP_DCBXLOC_PFC_CAP);
         default: return false;
     }
 }
 
 bool KnownSelector(uint32_t item, uint32_t selector) {
     switch (item) {
-        case LLDP_ITEM_DOT1_LOC: return selector >= 1 && selector <= 5;
-        case LLDP_ITEM_DCBX_ADMIN: return selector <= 8;
-        case LLDP_ITEM_DCBX_LOC: return selector <= 12;
+        case LLDP_ITEM_DOT1_LOC: return selector >= LLDP_DOT1LOC_PORT_VLAN && selector <= LLDP_DOT1LOC_LINK_AGG;
+        case LLDP_ITEM_DCBX_ADMIN: return selector <= LLDP_DCBXADM_APP_PRIORITY;
+        case LLDP_ITEM_DCBX_LOC: return selector <= LLDP_DCBXLOC_APP_PRIORITY;
         default: return false;
     }
 }
@@ -187,7 +194,7 @@ bool CarriesRows(uint32_t item, uint32_t selector, uint32_t type) {
     static constexpr uint32_t kDot1Types[] = {18, 19, 21, 88, 68, 69, 56};
     const auto in = [type](const auto &types) { return std::find(std::begin(types), std::end(types), type) != std::end(types); };
     if (item == LLDP_ITEM_DCBX_ADMIN || item == LLDP_ITEM_DCBX_LOC) return in(kDcbxTypes);
-    if (item == LLDP_ITEM_DOT1_LOC && selector != 5) return in(kDot1Types);
+    if (item == LLDP_ITEM_DOT1_LOC && selector != LLDP_DOT1LOC_LINK_AGG) return in(kDot1Types);
     return true;
 }
 
@@ -289,6 +296,15 @@ uint32_t ManAddrTxNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
 // ---------------------------------------------------------------------------
 // Item 21: remote sub-tables.
 
+// Byte order of two sort keys, written out: for the library's comparison
+// g++ 12 at -O3 reports a memcmp bound beyond any object, which it is not.
+bool OrderLess(const std::vector<uint8_t> &a, const std::vector<uint8_t> &b) {
+    const size_t n = std::min(a.size(), b.size());
+    for (size_t i = 0; i < n; ++i)
+        if (a[i] != b[i]) return a[i] < b[i];
+    return a.size() < b.size();
+}
+
 struct SubRow {
     std::vector<uint8_t> order;  // sorts like the sub-index
     ManKey man;
@@ -324,15 +340,15 @@ Feature FeatureOfSelector(uint32_t selector) {
         case LLDP_REMSUB_MANADDR: return kFeatManAddr;
         case LLDP_REMSUB_UNKNOWN: return kFeatUnknown;
         case LLDP_REMSUB_ORGDEF: return kFeatOrgDef;
-        case 16: case 17: case 21: return kFeatEtsConf;
-        case 18: case 19: return kFeatEtsReco;
-        case 20: return kFeatPfc;
-        case 22: return kFeatApp;
-        case 24: return kFeatProtoVlan;
-        case 25: return kFeatVlanName;
-        case 26: return kFeatProtocol;
-        case 27: return kFeatVidDigest;
-        case 28: return kFeatManVid;
+        case LLDP_REMSUB_ETS_BANDWIDTH: case LLDP_REMSUB_ETS_TSA: case LLDP_REMSUB_ETS_PRIORITY: return kFeatEtsConf;
+        case LLDP_REMSUB_RECO_BANDWIDTH: case LLDP_REMSUB_RECO_TSA: return kFeatEtsReco;
+        case LLDP_REMSUB_PFC_ENABLE: return kFeatPfc;
+        case LLDP_REMSUB_APP_PRIORITY: return kFeatApp;
+        case LLDP_REMSUB_PROTO_VLAN: return kFeatProtoVlan;
+        case LLDP_REMSUB_VLAN_NAME: return kFeatVlanName;
+        case LLDP_REMSUB_PROTOCOL: return kFeatProtocol;
+        case LLDP_REMSUB_VID_USAGE_DIGEST: return kFeatVidDigest;
+        case LLDP_REMSUB_MAN_VID: return kFeatManVid;
         default: return kFeatureCount;
     }
 }
@@ -377,9 +393,10 @@ std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
                 s.order = U32(u.type);
                 LLDP_REM_UNKNOWN_REC_S rec;
                 std::memset(&rec, 0, sizeof rec);
-                const size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
+                size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
                 if (n > 0) std::memcpy(rec.info, u.info.data(), n);
+                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
                 const auto *p = reinterpret_cast<const uint8_t *>(&rec);
                 s.result.assign(p, p + sizeof rec);
                 rows.push_back(std::move(s));
@@ -395,25 +412,26 @@ std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
                 s.order = OrgOrder(s.oui, s.subtype, s.orgIndex);
                 LLDP_REM_ORGDEF_REC_S rec;
                 std::memset(&rec, 0, sizeof rec);
-                const size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
+                size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
                 if (n > 0) std::memcpy(rec.info, o.info.data(), n);
+                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
+                rec.len = Net32(static_cast<uint32_t>(n));
                 const auto *p = reinterpret_cast<const uint8_t *>(&rec);
                 s.result.assign(p, p + sizeof rec);
                 rows.push_back(std::move(s));
             }
             break;
         }
-        case 16: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->bandwidth)); break;
-        case 17: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->tsa)); break;
-        case 18: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->bandwidth)); break;
-        case 19: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->tsa)); break;
-        case 20: if (pdu.pfc) rows = IndexRows(PfcEnableRows(pdu.pfc->enable)); break;
-        case 21: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->priorityTc)); break;
-        case 22: if (pdu.appPriority) rows = IndexRows(AppRows(*pdu.appPriority)); break;
-        case 24: rows = IndexRows(Dot1LocalRows(2, pdu)); break;
-        case 25: rows = IndexRows(Dot1LocalRows(3, pdu)); break;
-        case 26: {
+        case LLDP_REMSUB_ETS_BANDWIDTH: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->bandwidth)); break;
+        case LLDP_REMSUB_ETS_TSA: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->tsa)); break;
+        case LLDP_REMSUB_RECO_BANDWIDTH: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->bandwidth)); break;
+        case LLDP_REMSUB_RECO_TSA: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->tsa)); break;
+        case LLDP_REMSUB_PFC_ENABLE: if (pdu.pfc) rows = IndexRows(PfcEnableRows(pdu.pfc->enable)); break;
+        case LLDP_REMSUB_ETS_PRIORITY: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->priorityTc)); break;
+        case LLDP_REMSUB_APP_PRIORITY: if (pdu.appPriority) rows = IndexRows(AppRows(*pdu.appPriority)); break;
+        case LLDP_REMSUB_PROTO_VLAN: rows = IndexRows(Dot1LocalRows(LLDP_DOT1LOC_PROTO_VLAN, pdu)); break;
+        case LLDP_REMSUB_VLAN_NAME: rows = IndexRows(Dot1LocalRows(LLDP_DOT1LOC_VLAN_NAME, pdu)); break;
+        case LLDP_REMSUB_PROTOCOL: {
             std::vector<Row> r;
             uint32_t i = 0;
             for (const std::vector<uint8_t> &id : pdu.protocolIds) {
@@ -426,17 +444,17 @@ std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
             rows = IndexRows(r);
             break;
         }
-        case 27:
+        case LLDP_REMSUB_VID_USAGE_DIGEST:
             if (pdu.vidUsageDigest) {
                 rows = IndexRows({Row{0, 0, std::vector<uint8_t>(pdu.vidUsageDigest->begin(),
                                                                   pdu.vidUsageDigest->end())}});
             }
             break;
-        case 28: if (pdu.managementVid) rows = IndexRows({Row{0, 0, Vid16(*pdu.managementVid)}}); break;
+        case LLDP_REMSUB_MAN_VID: if (pdu.managementVid) rows = IndexRows({Row{0, 0, Vid16(*pdu.managementVid)}}); break;
         default: break;
     }
     // Sub-index order; of equal sub-indexes the first TLV stands.
-    std::stable_sort(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return a.order < b.order; });
+    std::stable_sort(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return OrderLess(a.order, b.order); });
     rows.erase(std::unique(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return a.order == b.order; }),
                rows.end());
     return rows;
@@ -453,8 +471,8 @@ std::vector<uint8_t> RequestOrder(uint32_t selector, const LLDP_INDEX_PARA_S &pa
             Append32(o, Host32(para.orgDef.index));
             return o;
         }
-        case 27:
-        case 28:
+        case LLDP_REMSUB_VID_USAGE_DIGEST:
+        case LLDP_REMSUB_MAN_VID:
             return IndexOrder(0, 0);
         default:
             return IndexOrder(Host32(para.index2), Host32(para.index3));
@@ -501,7 +519,7 @@ uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
     // The rest of the neighbour the key names, then the following neighbours.
     if (const Neighbour *n = d.index.Next(start, true, feature, timeMark); n != nullptr && n->key == start) {
         for (const SubRow &row : SubRows(selector, n->Decode())) {
-            if (after < row.order) return answer(*n, row);
+            if (OrderLess(after, row.order)) return answer(*n, row);
         }
     }
     for (const Neighbour *n = d.index.Next(start, false, feature, timeMark); n != nullptr;
@@ -512,6 +530,21 @@ uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
     return 0;
 }
 
+// The answer of daemon d to one get-next.
+uint32_t MibGetNextOf(uint32_t item, Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *result) {
+    switch (item) {
+        case LLDP_ITEM_LOC_MANADDR: return LocalManAddrNext(d, para, len, result);
+        case LLDP_ITEM_DOT1_LOC:
+        case LLDP_ITEM_DCBX_ADMIN:
+        case LLDP_ITEM_DCBX_LOC: return PortRowsNext(item, d, para, len, result);
+        case LLDP_ITEM_REM_SUBTABLE: return RemoteSubNext(d, para, len, result);
+        case LLDP_ITEM_MANADDR_TX: return ManAddrTxNext(d, para, len, result);
+        default:
+            *len = 0;
+            return LLDP_ERR_BAD_VALUE;
+    }
+}
+
 }  // namespace
 
 extern "C" uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16_t node, LLDP_INDEX_PARA_S *para,
@@ -519,20 +552,22 @@ extern "C" uint32_t LLDP_mor_MibGetNext(uint32_t reserved, uint32_t item, uint16
     (void)reserved;
     std::lock_guard<std::recursive_mutex> guard(StateLock());
     if (para == nullptr || len == nullptr) return LLDP_ERR_BAD_VALUE;
+    if (const std::optional<uint16_t> like = testing::hooks::AnswerLikeNode(node)) {
+        // A node told to answer like another: that node's answer, altered.
+        Daemon *other = DaemonOf(*like);
+        if (UpDaemonOf(node) == nullptr || other == nullptr) {
+            *len = 0;
+            return LLDP_ERR_GENERAL;
+        }
+        const uint32_t selector = para->selector;
+        const uint32_t rc = MibGetNextOf(item, *other, para, len, result);
+        if (rc == 0) testing::hooks::AlterResult(node, item, selector, static_cast<uint8_t *>(result), *len);
+        return rc;
+    }
     Daemon *d = UpDaemonOf(node);
     if (d == nullptr) {
         *len = 0;
         return LLDP_ERR_GENERAL;
     }
-    switch (item) {
-        case LLDP_ITEM_LOC_MANADDR: return LocalManAddrNext(*d, para, len, result);
-        case LLDP_ITEM_DOT1_LOC:
-        case LLDP_ITEM_DCBX_ADMIN:
-        case LLDP_ITEM_DCBX_LOC: return PortRowsNext(item, *d, para, len, result);
-        case LLDP_ITEM_REM_SUBTABLE: return RemoteSubNext(*d, para, len, result);
-        case LLDP_ITEM_MANADDR_TX: return ManAddrTxNext(*d, para, len, result);
-        default:
-            *len = 0;
-            return LLDP_ERR_BAD_VALUE;
-    }
+    return MibGetNextOf(item, *d, para, len, result);
 }

@@ -131,16 +131,21 @@ uint32_t LLDP_mor_Get(uint32_t ifIndex, uint32_t agent, uint32_t item, uint32_t 
 uint32_t LLDP_mor_V2MibGetNextLocTable(uint32_t kind, uint32_t capacity, uint32_t *ifIndex, void *buf,
                                        uint16_t *len) {
     std::lock_guard<std::recursive_mutex> guard(StateLock());
-    if (ifIndex == nullptr || kind > 3) return LLDP_ERR_BAD_VALUE;
+    if (ifIndex == nullptr || kind > LLDP_LOC_KIND_MAX_FRAME) return LLDP_ERR_BAD_VALUE;
     if (len != nullptr) *len = 0;
     for (const Interface &intf : Interfaces()) {
         if (intf.ifIndex <= *ifIndex || !IsLldpPort(intf) || intf.lldpData == 0 || !NodeUp(intf.node)) continue;
+        // The 802.3 kinds only on the ports that carry IEEE 802.3 data (those
+        // a get of the local 802.3 tables accepts): a walk must show no row
+        // a get refuses.
+        if (kind != LLDP_LOC_KIND_ANY && PortClassOf(intf.type) != PortClass::Ordinary) continue;
         Daemon *d = nullptr;
         PortState *port = PortOf(intf.ifIndex, &d);
         if (port == nullptr) continue;
         const PortLocal &local = port->local;
-        const bool has = kind == 0 || (kind == 1 && local.macPhy) || (kind == 2 && local.power) ||
-                         (kind == 3 && local.maxFrameSize);
+        const bool has = kind == LLDP_LOC_KIND_ANY || (kind == LLDP_LOC_KIND_MAC_PHY && local.macPhy) ||
+                         (kind == LLDP_LOC_KIND_POWER && local.power) ||
+                         (kind == LLDP_LOC_KIND_MAX_FRAME && local.maxFrameSize);
         if (!has) continue;
         if (!CopyOut(LocalPortBuffer(*d, *port, FirstAgentOf(port->type)), capacity, buf, len)) {
             return LLDP_ERR_GENERAL;

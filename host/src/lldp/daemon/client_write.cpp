@@ -6,6 +6,7 @@
 
 #include "lldp/daemon/buffers.h"
 #include "lldp/daemon/wire.h"
+#include "testing_hooks.h"
 
 using namespace lldpv2host;
 using namespace lldpv2host::daemon;
@@ -60,6 +61,7 @@ uint32_t LLDP_mor_SetIfCfg(uint32_t ifIndex, uint32_t agent, uint32_t value3, ui
 
 uint32_t LLDP_mor_SetTlvCfg(uint32_t ifIndex, uint32_t agent, uint32_t enable, const void *request) {
     std::lock_guard<std::recursive_mutex> guard(StateLock());
+    lldpv2host::testing::hooks::RecordTlvCfg(ifIndex, agent, enable, request);
     if (request == nullptr) return LLDP_ERR_BAD_VALUE;
     LLDP_TLV_CFG_REQ_S req;
     std::memcpy(&req, request, sizeof req);

@@ -206,11 +206,9 @@ int main(int argc, char **argv) {
     lldpv2host::SetScenarioSizeLimit(maxScenarioSize);
     if (check) return RunCheck(scenario, interfaces);
 
-    auto plainWord = [](const std::string &s) {
-        return !s.empty() && s.find_first_of(" \t\r\n\"'#") == std::string::npos;
-    };
-    if (!plainWord(access.roCommunity) || (access.rwCommunity && !plainWord(*access.rwCommunity)) ||
-        (access.v3User && !plainWord(*access.v3User))) {
+    using lldpv2agent::IsPlainWord;
+    if (!IsPlainWord(access.roCommunity) || (access.rwCommunity && !IsPlainWord(*access.rwCommunity)) ||
+        (access.v3User && !IsPlainWord(*access.v3User))) {
         std::cerr << kAppName << ": communities and user names are single words\n";
         return 2;
     }

@@ -1,4 +1,5 @@
 #include "notify.h"
+#include "snmp_setup.h"
 
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
@@ -75,19 +76,6 @@ std::string WithPort(const std::string &s) {
     return s + ":162";
 }
 
-bool PlainWord(const std::string &s) {
-    return !s.empty() && s.find_first_of(" \t\r\n\"'#") == std::string::npos;
-}
-
-std::string Quoted(const std::string &s) {
-    std::string q = "\"";
-    for (char c : s) {
-        if (c == '"' || c == '\\') q += '\\';
-        q += c;
-    }
-    return q + "\"";
-}
-
 }  // namespace
 
 std::optional<uint64_t> NotificationPacer::Wait(uint64_t nowMs, uint64_t intervalMs) const {
@@ -144,9 +132,9 @@ std::string CheckTrapTargets(const TrapTargets &t) {
             if (!ValidSink(s)) return "notification sink '" + s + "' is not HOST[:PORT]";
         }
     }
-    if (!PlainWord(t.community)) return "the trap community is a single word";
+    if (!IsPlainWord(t.community)) return "the trap community is a single word";
     if (t.v3User) {
-        if (!PlainWord(*t.v3User)) return "the trap SNMPv3 user name is a single word";
+        if (!IsPlainWord(*t.v3User)) return "the trap SNMPv3 user name is a single word";
         if (t.v3AuthPass.size() < 8 || t.v3PrivPass.size() < 8)
             return "the trap SNMPv3 user needs auth and priv pass phrases of at least 8 characters";
     }
@@ -160,8 +148,8 @@ std::string TrapConfigText(const TrapTargets &t) {
     std::ostringstream out;
     out << "# Notification destinations of this run.\n";
     auto v3 = [&](const char *kind, const std::string &sink) {
-        out << "trapsess " << kind << "-v 3 -u " << *t.v3User << " -l authPriv -a SHA -A " << Quoted(t.v3AuthPass)
-            << " -x AES -X " << Quoted(t.v3PrivPass) << " " << WithPort(sink) << "\n";
+        out << "trapsess " << kind << "-v 3 -u " << *t.v3User << " -l authPriv -a SHA -A " << ConfigQuoted(t.v3AuthPass)
+            << " -x AES -X " << ConfigQuoted(t.v3PrivPass) << " " << WithPort(sink) << "\n";
     };
     for (const std::string &s : t.trapSinks) {
         if (t.v3User)

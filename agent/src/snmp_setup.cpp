@@ -19,8 +19,13 @@ namespace {
 
 constexpr const char *kMibModules = "LLDP-V2-MIB:LLDP-EXT-DOT1-V2-MIB:LLDP-EXT-DOT3-V2-MIB";
 
-// Quotes a value for a net-snmp configuration line.
-std::string Quoted(const std::string &s) {
+}  // namespace
+
+bool IsPlainWord(const std::string &s) {
+    return !s.empty() && s.find_first_of(" \t\r\n\"'#") == std::string::npos;
+}
+
+std::string ConfigQuoted(const std::string &s) {
     std::string q = "\"";
     for (char c : s) {
         if (c == '"' || c == '\\') q += '\\';
@@ -28,8 +33,6 @@ std::string Quoted(const std::string &s) {
     }
     return q + "\"";
 }
-
-}  // namespace
 
 std::string AgentConfigText(const AccessConfig &access, bool master) {
     std::ostringstream out;
@@ -42,8 +45,8 @@ std::string AgentConfigText(const AccessConfig &access, bool master) {
         out << "rwcommunity6 " << *access.rwCommunity << " default\n";
     }
     if (access.v3User) {
-        out << "createUser " << *access.v3User << " SHA " << Quoted(access.v3AuthPass) << " AES "
-            << Quoted(access.v3PrivPass) << "\n";
+        out << "createUser " << *access.v3User << " SHA " << ConfigQuoted(access.v3AuthPass) << " AES "
+            << ConfigQuoted(access.v3PrivPass) << "\n";
         out << "rwuser " << *access.v3User << " priv\n";
     }
     return out.str();

@@ -16,6 +16,12 @@ struct AccessConfig {
     std::string v3PrivPass;
 };
 
+// A community or user name that a configuration line can carry as it is:
+// one word, no quotes and no comment sign.
+bool IsPlainWord(const std::string &s);
+// s quoted for a net-snmp configuration line.
+std::string ConfigQuoted(const std::string &s);
+
 // The configuration file text the agent runs with. Access control is the
 // master agent's business: a subagent gets no access lines.
 std::string AgentConfigText(const AccessConfig &access, bool master);

@@ -1,6 +1,7 @@
 // LLDPDUs through the decoder and the receive rules of a daemon, then out
 // again through the client library's decoders by the module's walks of the
 // remote tables. Input: one octet choosing the agent, then the LLDPDU.
+#include <string>
 #include <vector>
 
 #include "fuzz_common.h"
@@ -36,12 +37,32 @@ void WalkRemoteTables() {
 
 }  // namespace
 
+// One port with all three agents and no neighbours of its own: every row a
+// walk reads is one the fuzzer's frames made.
+constexpr char kSwitch[] = R"(
+system:
+  chassis-id: {subtype: mac-address, value: "02:00:5e:10:00:01"}
+nodes:
+  - id: 1
+interfaces:
+  - ifindex: 1
+    name: ge-1/0/1
+    node: 1
+    type: gigabit-ethernet
+    lldp:
+      agents:
+        - agent: nearest-bridge
+        - agent: nearest-non-tpmr-bridge
+        - agent: nearest-customer-bridge
+)";
+
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     lldpv2fuzz::LoadModule();
-    lldpv2fuzz::LoadDefaultScenarioOrDie();
-    // At most a few neighbours per port, whatever the inputs: the store
+    std::string error;
+    if (!lldpv2host::LoadScenarioText(kSwitch, &error, "fuzz-switch.yaml")) lldpv2fuzz::Fault("switch: " + error);
+    // At most a few neighbours per agent, whatever the inputs: the store
     // stays small and the walks short.
-    for (uint32_t ifIndex : {1u, 2u}) lldpv2host::SetNeighbourLimit(ifIndex, 4);
+    lldpv2host::SetNeighbourLimit(1, 4);
     return 0;
 }
 
@@ -52,7 +73,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const std::vector<uint8_t> bytes(pdu.begin(), pdu.end());
     (void)lldpv2host::lldp::DecodeLldpdu(bytes);
     const lldpv2host::ReceiveResult r = lldpv2host::Receive(1, agent, bytes);
-    (void)r;
-    WalkRemoteTables();
+    // Only a stored or replaced neighbour brings new information to read
+    // back; every other outcome leaves the tables as the last walk saw them.
+    if (r.outcome == lldpv2host::ReceiveOutcome::Inserted || r.outcome == lldpv2host::ReceiveOutcome::Updated) {
+        WalkRemoteTables();
+    }
     return 0;
 }

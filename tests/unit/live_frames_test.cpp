@@ -354,16 +354,20 @@ TEST_F(LiveCapture, ReplayAtTheRecordedPace) {
 TEST_F(LiveCapture, RefusedStarts) {
     const std::string in = Path("ok.pcap");
     Capture(in, {}, 0);
+    std::ofstream(Path("text.pcap")) << "not a capture\n";
+    // A capture that cannot be replayed stops the start; the message names
+    // the file once and says what is wrong with it.
     struct Case {
         const char *what;
         std::string path;
         std::string port;
-        const char *error;
+        std::string error;
     };
     const Case cases[] = {
-        {"no such port", in, "99", "no port 99"},
-        {"no such port name", in, "eth9", "no port eth9"},
-        {"no such file", Path("missing.pcap"), "", "missing.pcap"},
+        {"no such port", in, "99", in + ": no port 99"},
+        {"no such port name", in, "eth9", in + ": no port eth9"},
+        {"no such file", Path("missing.pcap"), "", Path("missing.pcap") + ": No such file or directory"},
+        {"not a capture", Path("text.pcap"), "", Path("text.pcap") + ": "},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.what);
@@ -371,20 +375,43 @@ TEST_F(LiveCapture, RefusedStarts) {
         options.scenario = Scenario();
         options.pcapIn = {PcapInput{c.path, c.port}};
         std::string error;
-        EXPECT_EQ(Start(options, &error), LiveSwitch::StartError::Refused);
-        EXPECT_NE(error.find(c.error), std::string::npos) << error;
+        EXPECT_EQ(Start(options, &error), LiveSwitch::StartError::Io);
+        EXPECT_EQ(error.rfind(c.error, 0), 0u) << error;
+        EXPECT_EQ(error.find(c.path, 1), std::string::npos) << "path repeated: " << error;
     }
-    // Not a capture file at all.
-    std::ofstream(Path("text.pcap")) << "not a capture\n";
+    // A scenario that does not load.
     LiveOptions options;
-    options.scenario = Scenario();
-    options.pcapIn = {PcapInput{Path("text.pcap"), ""}};
+    options.scenario = Path("nowhere.yaml");
     std::string error;
     EXPECT_EQ(Start(options, &error), LiveSwitch::StartError::Refused);
-    // A scenario that does not load.
-    options.pcapIn.clear();
-    options.scenario = Path("nowhere.yaml");
-    EXPECT_EQ(Start(options, &error), LiveSwitch::StartError::Refused);
+}
+
+TEST_F(LiveCapture, ACaptureCutShortGivesItsCompleteRecords) {
+    const std::string path = Path("cut.pcap");
+    const std::vector<std::vector<uint8_t>> frames = {std::vector<uint8_t>(60, 1), std::vector<uint8_t>(60, 2),
+                                                      std::vector<uint8_t>(60, 3)};
+    Capture(path, frames, 1000);
+    const auto whole = std::filesystem::file_size(path);
+    // Cut inside the last record's data, then inside its header.
+    for (const uintmax_t cut : {uintmax_t{10}, uintmax_t{60 + 6}}) {
+        SCOPED_TRACE(cut);
+        std::filesystem::resize_file(path, whole - cut);
+        std::vector<CapturedFrame> read;
+        std::string error;
+        std::string warning;
+        ASSERT_TRUE(ReadCapture(path, read, &error, &warning)) << error;
+        ASSERT_EQ(read.size(), 2u);
+        EXPECT_EQ(read[1].bytes, frames[1]);
+        EXPECT_NE(warning.find("using the 2 complete frames"), std::string::npos) << warning;
+    }
+    // A whole file has nothing to warn about.
+    Capture(path, frames, 1000);
+    std::vector<CapturedFrame> read;
+    std::string error;
+    std::string warning;
+    ASSERT_TRUE(ReadCapture(path, read, &error, &warning)) << error;
+    EXPECT_EQ(read.size(), 3u);
+    EXPECT_EQ(warning, "");
 }
 
 TEST_F(LiveCapture, APortOnALinuxInterfaceThatIsNotThere) {

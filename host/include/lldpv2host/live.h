@@ -208,8 +208,11 @@ struct CapturedFrame {
     uint64_t micros = 0;  // capture time, microseconds since the epoch
     std::vector<uint8_t> bytes;
 };
-// Every frame of a pcap or pcapng file of Ethernet frames.
-bool ReadCapture(const std::string &path, std::vector<CapturedFrame> &frames, std::string *error);
+// Every frame of a pcap or pcapng file of Ethernet frames. A file cut short
+// (a capture stopped mid-write) gives its complete records, and `warning`
+// says where it ends.
+bool ReadCapture(const std::string &path, std::vector<CapturedFrame> &frames, std::string *error,
+                 std::string *warning = nullptr);
 
 // ---------------------------------------------------------------------------
 // Time

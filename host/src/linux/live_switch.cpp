@@ -422,7 +422,9 @@ struct LiveSwitch::State {
                 return false;
             }
             std::vector<CapturedFrame> frames;
-            if (!ReadCapture(in.path, frames, error)) return false;
+            std::string warning;
+            if (!ReadCapture(in.path, frames, error, &warning)) return false;
+            if (!warning.empty()) Log(Level::Warning, warning);
             size_t lldp = 0;
             const uint64_t first = frames.empty() ? 0 : frames.front().micros;
             for (CapturedFrame &f : frames) {
@@ -479,8 +481,9 @@ LiveSwitch::StartError LiveSwitch::Start(const LiveOptions &options, std::string
     }
     s_->SendHeld();
     if (!s_->LoadReplays(error)) {
+        // The switch is not at fault, the capture is: the message names it.
         s_->CloseAll();
-        return StartError::Refused;
+        return StartError::Io;
     }
     s_->started = true;
     return StartError::None;

@@ -55,12 +55,15 @@ void PcapWriter::Write(const std::vector<uint8_t> &frame, uint64_t epochMicros) 
     pcap_dump_flush(d);
 }
 
-bool ReadCapture(const std::string &path, std::vector<CapturedFrame> &frames, std::string *error) {
+bool ReadCapture(const std::string &path, std::vector<CapturedFrame> &frames, std::string *error,
+                 std::string *warning) {
     char errbuf[PCAP_ERRBUF_SIZE] = {};
     // Microsecond timestamps whatever the file's own precision.
     pcap_t *p = pcap_open_offline_with_tstamp_precision(path.c_str(), PCAP_TSTAMP_PRECISION_MICRO, errbuf);
     if (p == nullptr) {
-        if (error) *error = path + ": " + errbuf;
+        // libpcap names the file itself when it cannot open it.
+        const std::string why = errbuf;
+        if (error) *error = why.rfind(path + ":", 0) == 0 ? why : path + ": " + why;
         return false;
     }
     if (pcap_datalink(p) != DLT_EN10MB) {
@@ -81,9 +84,12 @@ bool ReadCapture(const std::string &path, std::vector<CapturedFrame> &frames, st
             continue;
         }
         if (rc == PCAP_ERROR_BREAK) break;
-        if (error) *error = path + ": " + pcap_geterr(p);
-        pcap_close(p);
-        return false;
+        // A record cut short ends the file; what came before it is whole.
+        if (warning) {
+            *warning = path + ": " + pcap_geterr(p) + "; using the " + std::to_string(frames.size()) +
+                       " complete frames before it";
+        }
+        break;
     }
     pcap_close(p);
     return true;

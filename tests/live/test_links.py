@@ -5,6 +5,7 @@ once and both sides know each other again. On host interfaces
 (--interfaces all) a veth that appears becomes a port that transmits, and
 one that vanishes is no port any more."""
 
+import signal
 import time
 
 from livecase import LiveCase, TTL, TX_INTERVAL
@@ -77,6 +78,14 @@ class Links(LiveCase):
                    what=f"{if_b2} in lldpV2LocPortTable")
         _, f = wire.wait_frame(lambda f: is_lldp(f, NEAREST_BRIDGE), appeared, 3, "an LLDPDU on the new interface")
         self.assertEqual(Frame(f).src, ns_b.mac(if_b2))
+
+        # A port whose link is down stays a port, through a reload too.
+        ns_b.ip("link", "set", if_b2, "down")
+        wait_until(lambda: "link down" in beta.log(), 2, interval=0.1, what=f"beta logging {if_b2} down")
+        reloads = beta.log().count("reloaded")
+        beta.proc.send_signal(signal.SIGHUP)
+        wait_until(lambda: beta.log().count("reloaded") > reloads, 3, interval=0.1, what="beta reloading")
+        self.assertEqual(ports(), sorted([ns_b.ifindex(if_b), new_ifindex]), beta.log_path)
 
         ns_b.ip("link", "del", if_b2)
         wait_until(lambda: ports() == [ns_b.ifindex(if_b)], 3, interval=0.1, what=f"{if_b2} gone from the port table")

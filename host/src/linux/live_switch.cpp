@@ -121,6 +121,17 @@ struct LiveSwitch::State {
         std::vector<LinkInfo> selected;
         std::vector<std::string> missing;
         if (!SelectLinks(host.links, *selection, selected, &missing, error)) return false;
+        if (selection->all) {
+            // All interfaces means those up at the start and those that come
+            // up later; one that went down since is still a port, and a
+            // reload keeps it.
+            for (const LinkInfo &l : host.links) {
+                const auto served = FindInterface(l.ifIndex);
+                if (!l.operUp && served && served->linuxName == l.name) selected.push_back(l);
+            }
+            std::sort(selected.begin(), selected.end(),
+                      [](const LinkInfo &a, const LinkInfo &b) { return a.ifIndex < b.ifIndex; });
+        }
         for (const std::string &name : missing) {
             Log(Level::Warning, "interface " + name + " does not exist (yet); it becomes a port when it appears");
         }

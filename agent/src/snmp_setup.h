@@ -59,9 +59,9 @@ struct AgentxConfig {
 // listening on `listen`, or AgentX subagent (agentx).
 void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<AgentxConfig> &agentx);
 
-// The subagent's ping interval and request timeout. init_agent sets net-snmp's
-// defaults for them (a ping every 15 s; 1 s per request, resent 5 times):
-// call it after init_agent and before init_snmp, which opens the session.
+// The subagent's ping interval and request timeout (net-snmp's defaults: a
+// ping every 15 s, which init_agent sets; 1 s per request, resent 5 times).
+// Call it after init_agent and before init_snmp, which opens the session.
 void ConfigureAgentxTimers(const AgentxConfig &agentx);
 
 // How long the subagent waits for the master's answer to one AgentX request

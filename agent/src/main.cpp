@@ -341,6 +341,8 @@ int main(int argc, char **argv) {
         std::string switchText = interfaces ? "interfaces " + *interfaces : "scenario " + scenario.value_or("(default)");
         lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": serving " + modulePath + " " + where + ", " + switchText);
         lldpv2agent::OperationsServices services(operations, !agentx);
+        std::optional<lldpv2agent::AgentxWatch> master;
+        if (agentxConfig) master.emplace(*agentxConfig);
         while (!g_stop) {
             loop.Sync();
             sw.RunDue();
@@ -357,6 +359,11 @@ int main(int argc, char **argv) {
             }
             loop.Rearm(sw.NextReplayMicros());
             loop.RunOnce();
+            if (master) {
+                if (std::string change = master->Changed(); !change.empty()) {
+                    lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": " + change);
+                }
+            }
         }
         lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": stopping");
         // Shutdown LLDPDUs go out before the sockets close.

@@ -166,6 +166,19 @@ void CloseAgentxSession() {
     snmp_close(session);
 }
 
+AgentxWatch::AgentxWatch(AgentxConfig config) : config_(std::move(config)), session_(main_session) {}
+
+std::string AgentxWatch::Changed() {
+    const void *now = main_session;
+    if (now == session_) return {};
+    session_ = now;
+    if (now == nullptr) {
+        return "lost the AgentX master at " + config_.socket + "; trying again every " +
+               std::to_string(config_.pingSeconds) + " s";
+    }
+    return "registered with the AgentX master at " + config_.socket;
+}
+
 void ConfigureAgentxTimers(const AgentxConfig &agentx) {
     // The subagent pings the master every interval. A master that goes
     // away closes the connection; one that stalls leaves a ping

@@ -70,6 +70,20 @@ void ConfigureAgentxTimers(const AgentxConfig &agentx);
 // no request blocks the agent's loop for longer.
 unsigned AgentxRequestTimeoutSeconds(unsigned pingSeconds);
 
+// Whether the subagent has a session with the master, and a line for the log
+// when that changes: looked at after every pass of the loop.
+class AgentxWatch {
+public:
+    explicit AgentxWatch(AgentxConfig config);
+    // The text to log when the session was lost or is back since the last
+    // call; empty when nothing changed.
+    std::string Changed();
+
+private:
+    AgentxConfig config_;
+    const void *session_;
+};
+
 // Ends the AgentX session with the master, if there is one: sends the close
 // and forgets the session, so that nothing later (unloading the module,
 // snmp_shutdown) talks to the master any more. Must run outside every

@@ -169,6 +169,10 @@ void CloseAgentxSession() {
 AgentxWatch::AgentxWatch(AgentxConfig config) : config_(std::move(config)), session_(main_session) {}
 
 std::string AgentxWatch::Changed() {
+    // net-snmp's session with the master: null while there is none. A session
+    // given up and opened anew within one pass of the loop (a ping left
+    // unanswered, then the master answers the next open) may come back at
+    // the same address and go unnoticed here; net-snmp logs that case.
     const void *now = main_session;
     if (now == session_) return {};
     session_ = now;

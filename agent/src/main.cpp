@@ -166,6 +166,7 @@ int main(int argc, char **argv) {
     bool check = false;
     lldpv2agent::AccessConfig access;
     std::optional<std::string> agentx;
+    std::string agentxPing = std::to_string(lldpv2agent::kDefaultAgentxPingSeconds);
     std::string modulePath = DefaultModulePath();
     std::string mibsDir = lldpv2agent::NextToExecutable(LLDPV2_MIBS_FROM_BIN).value_or(LLDPV2_MIBS_DIR);
     bool hints = false;
@@ -193,7 +194,12 @@ int main(int argc, char **argv) {
     auto *user = app.add_option("--v3-user", access.v3User, "SNMPv3 user with read-write access (authPriv, SHA/AES)");
     app.add_option("--v3-auth-pass", access.v3AuthPass, "authentication pass phrase of the SNMPv3 user")->needs(user);
     app.add_option("--v3-priv-pass", access.v3PrivPass, "privacy pass phrase of the SNMPv3 user")->needs(user);
-    app.add_option("--agentx", agentx, "run as AgentX subagent of the master at this socket");
+    auto *agentxOpt = app.add_option("--agentx", agentx, "run as AgentX subagent of the master at this socket");
+    app.add_option("--agentx-ping", agentxPing,
+                   "seconds between pings to the AgentX master: after a master restart or stall the agent "
+                   "registers again within about this long")
+        ->needs(agentxOpt)
+        ->capture_default_str();
     app.add_option("--module", modulePath, "the LLDP-V2 module to load")->capture_default_str();
     app.add_option("--mibs", mibsDir, "directory of the MIB modules (for the usage hints)")->capture_default_str();
     app.add_flag("--print-usage-hints", hints, "print commands that query the agent before serving");
@@ -215,6 +221,16 @@ int main(int argc, char **argv) {
     if (access.v3User && (access.v3AuthPass.size() < 8 || access.v3PrivPass.size() < 8)) {
         std::cerr << kAppName << ": --v3-user needs --v3-auth-pass and --v3-priv-pass of at least 8 characters\n";
         return 2;
+    }
+    std::optional<lldpv2agent::AgentxConfig> agentxConfig;
+    if (agentx) {
+        std::string why;
+        std::optional<unsigned> ping = lldpv2agent::ParseAgentxPing(agentxPing, why);
+        if (!ping) {
+            std::cerr << kAppName << ": " << why << "\n";
+            return 2;
+        }
+        agentxConfig = lldpv2agent::AgentxConfig{*agentx, *ping};
     }
     live::LiveOptions options;
     options.interfaces = interfaces;
@@ -284,13 +300,14 @@ int main(int argc, char **argv) {
         std::cerr << kAppName << ": " << e << "\n";
         return 2;
     }
-    lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentx);
+    lldpv2agent::ConfigureNetSnmp(config.Dir(), listen, agentxConfig);
     // No log line per SNMP request ("Connection from ...").
     netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_DONT_LOG_TCPWRAPPERS_CONNECTS, 1);
     if (init_agent(kAppName) != 0) {
         std::cerr << kAppName << ": net-snmp agent initialisation failed\n";
         return 1;
     }
+    if (agentxConfig) lldpv2agent::ConfigureAgentxTimers(*agentxConfig);
 
     // The observer must be in place before the module's constructor adds
     // its trees. Every request sees the daemons' clock of its own moment.
@@ -324,6 +341,8 @@ int main(int argc, char **argv) {
         std::string switchText = interfaces ? "interfaces " + *interfaces : "scenario " + scenario.value_or("(default)");
         lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": serving " + modulePath + " " + where + ", " + switchText);
         lldpv2agent::OperationsServices services(operations, !agentx);
+        std::optional<lldpv2agent::AgentxWatch> master;
+        if (agentxConfig) master.emplace(*agentxConfig);
         while (!g_stop) {
             loop.Sync();
             sw.RunDue();
@@ -340,6 +359,11 @@ int main(int argc, char **argv) {
             }
             loop.Rearm(sw.NextReplayMicros());
             loop.RunOnce();
+            if (master) {
+                if (std::string change = master->Changed(); !change.empty()) {
+                    lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": " + change);
+                }
+            }
         }
         lldpv2agent::Log(LOG_NOTICE, std::string(kAppName) + ": stopping");
         // Shutdown LLDPDUs go out before the sockets close.
@@ -347,6 +371,10 @@ int main(int argc, char **argv) {
         sw.Shutdown();
     }
 
+    // The master forgets the subagent's registrations with its session; the
+    // session goes first so that unloading the module does not ask the
+    // master to drop each of them.
+    if (agentx) lldpv2agent::CloseAgentxSession();
     // Unloading runs the module's destructor, which removes its trees: their
     // registrations go with them.
     dlclose(module);

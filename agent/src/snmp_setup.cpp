@@ -7,19 +7,46 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <vector>
 
+// The subagent's side of net-snmp's AgentX code, which has no installed
+// header: its session with the master, and the functions that close it.
+extern "C" {
+extern netsnmp_session *main_session;
+int agentx_close_session(netsnmp_session *session, int why);
+void agentx_unregister_callbacks(netsnmp_session *session);
+}
+
 namespace lldpv2agent {
 
 namespace {
 
+// The reason code of an AgentX Close-PDU for a subagent that shuts down.
+constexpr int kAgentxCloseShutdown = 5;
+
 constexpr const char *kMibModules = "LLDP-V2-MIB:LLDP-EXT-DOT1-V2-MIB:LLDP-EXT-DOT3-V2-MIB";
 
 }  // namespace
+
+std::optional<unsigned> ParseAgentxPing(const std::string &text, std::string &error) {
+    unsigned long long value = 0;
+    const char *end = text.data() + text.size();
+    auto [ptr, ec] = std::from_chars(text.data(), end, value);
+    if (text.empty() || ec != std::errc() || ptr != end || value < 1 || value > kMaxAgentxPingSeconds) {
+        error = "--agentx-ping takes whole seconds from 1 to " + std::to_string(kMaxAgentxPingSeconds) + ", not \"" +
+                text + "\"";
+        return std::nullopt;
+    }
+    return static_cast<unsigned>(value);
+}
+
+unsigned AgentxRequestTimeoutSeconds(unsigned pingSeconds) { return std::clamp(pingSeconds, 2u, 5u); }
 
 bool IsPlainWord(const std::string &s) {
     return !s.empty() && s.find_first_of(" \t\r\n\"'#") == std::string::npos;
@@ -82,7 +109,7 @@ PrivateConfig::~PrivateConfig() {
     std::filesystem::remove_all(dir_, ec);
 }
 
-void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<std::string> &agentxSocket) {
+void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<AgentxConfig> &agentx) {
     // Configuration and persistent state only from the private directory.
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_CONFIGURATION_DIR, dir.c_str());
     netsnmp_ds_set_string(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_PERSISTENT_DIR, dir.c_str());
@@ -101,16 +128,76 @@ void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const s
     char noSmux[] = "-smux";
     add_to_init_list(noSmux);
 
-    if (agentxSocket) {
+    if (agentx) {
         netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 1);
-        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, agentxSocket->c_str());
-        // Reconnect when the master restarts.
-        netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL, 5);
+        netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_X_SOCKET, agentx->socket.c_str());
     } else {
         netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_ROLE, 0);
         netsnmp_ds_set_boolean(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_MASTER, 0);
         netsnmp_ds_set_string(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_PORTS, listen.c_str());
     }
+}
+
+void CloseAgentxSession() {
+    netsnmp_session *session = main_session;
+    if (session == nullptr) return;  // no master now: nothing to close
+    // Left to itself, net-snmp sends the master an Unregister-PDU for each
+    // registration that the module's unloading removes, and waits for the
+    // answer from within its callback for removed registrations, with that
+    // callback list locked (later the same from its shutdown callback). When
+    // the master drops the connection meanwhile (it stops at the same time),
+    // the disconnect handling unregisters the session's callbacks from that
+    // very list: it waits 100 ms for the lock, then net-snmp fails its
+    // "lock_holded < 100" assertion. Here no list is locked: the session's
+    // callbacks go first, then its ping alarm (whose number net-snmp keeps
+    // in securityModel), then the session itself, with one Close-PDU.
+    agentx_unregister_callbacks(session);
+    if (session->securityModel != SNMP_DEFAULT_SECMODEL) {
+        snmp_alarm_unregister(static_cast<unsigned>(session->securityModel));
+        session->securityModel = SNMP_DEFAULT_SECMODEL;
+    }
+    agentx_close_session(session, kAgentxCloseShutdown);
+    // A master that dropped the connection meanwhile has had net-snmp forget
+    // the session already (main_session is null then); snmp_shutdown closes
+    // it with the others.
+    if (main_session != session) return;
+    remove_trap_session(session);
+    main_session = nullptr;
+    snmp_close(session);
+}
+
+AgentxWatch::AgentxWatch(AgentxConfig config) : config_(std::move(config)), session_(main_session) {}
+
+std::string AgentxWatch::Changed() {
+    // net-snmp's session with the master: null while there is none. A session
+    // given up and opened anew within one pass of the loop (a ping left
+    // unanswered, then the master answers the next open) may come back at
+    // the same address and go unnoticed here; net-snmp logs that case.
+    const void *now = main_session;
+    if (now == session_) return {};
+    session_ = now;
+    if (now == nullptr) {
+        return "lost the AgentX master at " + config_.socket + "; trying again every " +
+               std::to_string(config_.pingSeconds) + " s";
+    }
+    return "registered with the AgentX master at " + config_.socket;
+}
+
+void ConfigureAgentxTimers(const AgentxConfig &agentx) {
+    // The subagent pings the master every interval. A master that goes
+    // away closes the connection; one that stalls leaves a ping
+    // unanswered. Either way the subagent drops the session and tries to
+    // open a new one and register again every interval until it works.
+    netsnmp_ds_set_int(NETSNMP_DS_APPLICATION_ID, NETSNMP_DS_AGENT_AGENTX_PING_INTERVAL,
+                       static_cast<int>(agentx.pingSeconds));
+    // Every request to the master is synchronous: the loop waits for the
+    // answer. One bounded wait and no resend (a stream loses nothing; a
+    // resend only multiplies the wait on a master that does not read). The
+    // subagent's session takes the library's defaults, and a subagent has no
+    // other sessions that they would change.
+    netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_TIMEOUT,
+                       static_cast<int>(AgentxRequestTimeoutSeconds(agentx.pingSeconds)));
+    netsnmp_ds_set_int(NETSNMP_DS_LIBRARY_ID, NETSNMP_DS_LIB_RETRIES, 0);
 }
 
 std::string UsageHints(const std::string &target, const std::string &mibsDir, const AccessConfig &access) {

@@ -22,6 +22,15 @@ bool IsPlainWord(const std::string &s);
 // s quoted for a net-snmp configuration line.
 std::string ConfigQuoted(const std::string &s);
 
+// The interval of the subagent's pings to the master, in seconds: after a
+// master restart or stall it registers again within about this long.
+constexpr unsigned kDefaultAgentxPingSeconds = 5;
+constexpr unsigned kMaxAgentxPingSeconds = 3600;
+
+// The --agentx-ping value: whole seconds, 1..kMaxAgentxPingSeconds. None
+// (with error) when text is anything else.
+std::optional<unsigned> ParseAgentxPing(const std::string &text, std::string &error);
+
 // The configuration file text the agent runs with. Access control is the
 // master agent's business: a subagent gets no access lines.
 std::string AgentConfigText(const AccessConfig &access, bool master);
@@ -39,10 +48,48 @@ private:
     std::string dir_;
 };
 
+// How the agent runs as AgentX subagent.
+struct AgentxConfig {
+    std::string socket;            // the master's socket
+    unsigned pingSeconds = kDefaultAgentxPingSeconds;
+};
+
 // Points net-snmp at dir for configuration and persistent state, keeps it
 // away from the system's files and MIB modules, and sets the role: master
-// listening on `listen`, or AgentX subagent of the master at agentxSocket.
-void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<std::string> &agentxSocket);
+// listening on `listen`, or AgentX subagent (agentx).
+void ConfigureNetSnmp(const std::string &dir, const std::string &listen, const std::optional<AgentxConfig> &agentx);
+
+// The subagent's ping interval and request timeout (net-snmp's defaults: a
+// ping every 15 s, which init_agent sets; 1 s per request, resent 5 times).
+// Call it after init_agent and before init_snmp, which opens the session.
+void ConfigureAgentxTimers(const AgentxConfig &agentx);
+
+// How long the subagent waits for the master's answer to one AgentX request
+// (ping, open, registration, close), in seconds: the ping interval, within
+// 2..5 s. A stalled master is noticed within a ping interval plus this, and
+// no request blocks the agent's loop for longer.
+unsigned AgentxRequestTimeoutSeconds(unsigned pingSeconds);
+
+// Whether the subagent has a session with the master, and a line for the log
+// when that changes: looked at after every pass of the loop.
+class AgentxWatch {
+public:
+    explicit AgentxWatch(AgentxConfig config);
+    // The text to log when the session was lost or is back since the last
+    // call; empty when nothing changed.
+    std::string Changed();
+
+private:
+    AgentxConfig config_;
+    const void *session_;
+};
+
+// Ends the AgentX session with the master, if there is one: sends the close
+// and forgets the session, so that nothing later (unloading the module,
+// snmp_shutdown) talks to the master any more. Must run outside every
+// net-snmp callback: the master may drop the connection meanwhile, and
+// net-snmp's handling of that edits the callback lists.
+void CloseAgentxSession();
 
 // The commands that query an agent at `target`.
 std::string UsageHints(const std::string &target, const std::string &mibsDir, const AccessConfig &access);

@@ -109,6 +109,7 @@ bool Process::Running() {
 int Process::Stop(int graceMs) {
     if (!Running()) return status_;
     kill(pid_, SIGTERM);
+    kill(pid_, SIGCONT);
     auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(graceMs);
     while (std::chrono::steady_clock::now() < deadline) {
         if (!Running()) return status_;
@@ -119,6 +120,10 @@ int Process::Stop(int graceMs) {
     pid_ = -1;
     status_ = -1;
     return status_;
+}
+
+void Process::Signal(int sig) {
+    if (Running()) kill(pid_, sig);
 }
 
 std::string Process::Log() const {

@@ -35,9 +35,13 @@ public:
     Process &operator=(const Process &) = delete;
 
     bool Running();
-    // Sends SIGTERM and waits; returns the exit status (128 + signal when
-    // killed by a signal, -1 when it had to be killed after the grace period).
+    // Sends SIGTERM (and SIGCONT, should it be stopped) and waits; returns
+    // the exit status (128 + signal when killed by a signal, -1 when it had
+    // to be killed after the grace period).
     int Stop(int graceMs = 5000);
+    // Sends sig without waiting (SIGSTOP, SIGCONT, or a SIGTERM whose exit
+    // Stop then collects).
+    void Signal(int sig);
     std::string Log() const;
 
 private:

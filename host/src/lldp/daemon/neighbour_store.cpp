@@ -92,12 +92,23 @@ RecordPool &Pool() {
     return *pool;
 }
 
-Neighbour *NewRecord(const Neighbour &fields, std::span<const uint8_t> tlvs) {
-    const size_t bytes = sizeof(Neighbour) + tlvs.size();
+// Writes the TLV stream and the sub-row entries into n's allocation.
+void Fill(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
+    n->tlvLen = static_cast<uint32_t>(tlvs.size());
+    n->subCount = static_cast<uint16_t>(sub.size());
+    if (!tlvs.empty()) std::memmove(n->Tlvs(), tlvs.data(), tlvs.size());
+    const size_t pad = Neighbour::SubOffset(tlvs.size()) - tlvs.size();
+    if (pad > 0) std::memset(n->Tlvs() + tlvs.size(), 0, pad);
+    if (!sub.empty()) {
+        std::memcpy(n->Tlvs() + Neighbour::SubOffset(tlvs.size()), sub.data(), sub.size() * sizeof(SubEntry));
+    }
+}
+
+Neighbour *NewRecord(const Neighbour &fields, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
+    const size_t bytes = sizeof(Neighbour) + Neighbour::PayloadSize(tlvs.size(), sub.size());
     auto *n = new (Pool().Allocate(bytes)) Neighbour(fields);
     n->capacity = static_cast<uint32_t>(RecordPool::BlockSize(bytes) - sizeof(Neighbour));
-    n->tlvLen = static_cast<uint32_t>(tlvs.size());
-    if (!tlvs.empty()) std::memcpy(n->Tlvs(), tlvs.data(), tlvs.size());
+    Fill(n, tlvs, sub);
     return n;
 }
 
@@ -143,30 +154,29 @@ void NeighbourStore::Grow() {
     }
 }
 
-Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tlvs) {
+Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
     if ((size_ + 1) * 2 > slots_.size()) Grow();
     const uint64_t hash = HashOf(key);
     Slot &slot = slots_[SlotOf(key, hash)];
-    if (slot.n != nullptr) return SetTlvs(slot.n, tlvs);  // never two records for one key
+    if (slot.n != nullptr) return SetTlvs(slot.n, tlvs, sub);  // never two records for one key
     Neighbour fields;
     fields.key = key;
     slot.hash = hash;
-    slot.n = NewRecord(fields, tlvs);
+    slot.n = NewRecord(fields, tlvs, sub);
     ++size_;
     return slot.n;
 }
 
-Neighbour *NeighbourStore::SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs) {
+Neighbour *NeighbourStore::SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
-    const size_t block = RecordPool::BlockSize(sizeof(Neighbour) + tlvs.size());
+    const size_t block = RecordPool::BlockSize(sizeof(Neighbour) + Neighbour::PayloadSize(tlvs.size(), sub.size()));
     if (block == sizeof(Neighbour) + n->capacity) {
         // The same block size: in place.
-        n->tlvLen = static_cast<uint32_t>(tlvs.size());
-        if (!tlvs.empty()) std::memmove(n->Tlvs(), tlvs.data(), tlvs.size());
+        Fill(n, tlvs, sub);
         return n;
     }
-    Neighbour *moved = NewRecord(*n, tlvs);
+    Neighbour *moved = NewRecord(*n, tlvs, sub);
     slots_[SlotOf(n->key, HashOf(n->key))].n = moved;
     FreeRecord(n);
     return moved;

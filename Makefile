@@ -20,7 +20,7 @@ PREFIX ?= /usr/local
 DESTDIR ?=
 
 DEB_PACKAGES := cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev \
-	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libcli11-dev libpcap-dev tshark valgrind snmptrapd \
+	libsnmp-dev snmp snmpd libsmi2-dev smitools libyaml-cpp-dev libyaml-dev libcli11-dev libpcap-dev tshark valgrind snmptrapd \
 	clang libclang-rt-14-dev
 # The live tests: namespaces and veths, scapy as the independent LLDP peer.
 DEB_PACKAGES += iproute2 util-linux python3 python3-scapy

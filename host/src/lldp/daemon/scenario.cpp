@@ -132,11 +132,11 @@ public:
     }
 
     // Refuses keys of a map that are not in allowed.
-    void Keys(const Doc &map, const std::string &what, std::initializer_list<const char *> allowed) const {
+    void Keys(const Doc &map, const std::string &what, std::initializer_list<std::string_view> allowed) const {
         if (!map.IsMap()) Fail(map, what + ": expected a mapping, found " + KindOf(map));
         for (const auto &kv : map) {
             const std::string key = kv.first.KeyText();
-            if (std::none_of(allowed.begin(), allowed.end(), [&](const char *a) { return key == a; })) {
+            if (std::none_of(allowed.begin(), allowed.end(), [&](std::string_view a) { return key == a; })) {
                 Fail(kv.first, what + ": unknown key '" + key + "'");
             }
         }
@@ -962,28 +962,61 @@ private:
 // Mistakes of the document as a whole, found before its fields are read:
 // keys given twice in one mapping (YAML would silently keep the first) and
 // nesting deeper than any field lies.
-void Inspect(const Reader &r, const Doc &n, const std::string &path, int depth) {
+// Where a node lies in the document, as a chain up to the root; written out
+// as "a.b[2].c" only for a mistake.
+struct PathPart {
+    const PathPart *parent = nullptr;
+    std::string_view key;  // a mapping entry's key, or
+    size_t index = 0;      // a list item's index
+    bool isIndex = false;
+};
+
+std::string PathText(const PathPart *p) {
+    if (p == nullptr) return {};
+    std::string out = PathText(p->parent);
+    if (p->isIndex) return out + "[" + std::to_string(p->index) + "]";
+    return out.empty() ? std::string(p->key) : out + "." + std::string(p->key);
+}
+
+void Inspect(const Reader &r, const Doc &n, const PathPart *path, int depth) {
     if (depth > kMaxNesting) {
-        r.errors().Add(r.At(n) + path + ": nested " + std::to_string(depth) + " levels deep (a scenario nests at most " +
-                       std::to_string(kMaxNesting) + ")");
+        r.errors().Add(r.At(n) + PathText(path) + ": nested " + std::to_string(depth) +
+                       " levels deep (a scenario nests at most " + std::to_string(kMaxNesting) + ")");
         return;
     }
+    static const std::string kOther = "?";
     if (n.IsMap()) {
-        std::map<std::string, int> lines;
-        for (const auto &kv : n) {
-            const std::string key = kv.first.IsScalar() ? kv.first.Scalar() : "?";
+        // Keys given twice: small mappings are searched, large ones indexed.
+        const DocEntry *begin = n.begin();
+        const size_t count = n.size();
+        std::map<std::string_view, int> lines;
+        for (size_t j = 0; j < count; ++j) {
+            const DocEntry &kv = begin[j];
+            const std::string &key = kv.first.IsScalar() ? kv.first.Scalar() : kOther;
             const int line = kv.first.Mark().line + 1;
-            auto [it, added] = lines.emplace(key, line);
-            if (!added) {
-                r.errors().Add(r.At(kv.first) + (path.empty() ? "" : path + ": ") + "key '" + key +
-                               "' given twice (lines " + std::to_string(it->second) + " and " + std::to_string(line) +
-                               ")");
+            int first = 0;
+            if (count <= 32) {
+                for (size_t i = 0; i < j && first == 0; ++i) {
+                    const std::string &earlier = begin[i].first.IsScalar() ? begin[i].first.Scalar() : kOther;
+                    if (earlier == key) first = begin[i].first.Mark().line + 1;
+                }
+            } else if (auto [it, added] = lines.emplace(key, line); !added) {
+                first = it->second;
             }
-            Inspect(r, kv.second, path.empty() ? key : path + "." + key, depth + 1);
+            if (first != 0) {
+                const std::string where = PathText(path);
+                r.errors().Add(r.At(kv.first) + (where.empty() ? "" : where + ": ") + "key '" + key +
+                               "' given twice (lines " + std::to_string(first) + " and " + std::to_string(line) + ")");
+            }
+            const PathPart part{path, key, 0, false};
+            Inspect(r, kv.second, &part, depth + 1);
         }
     } else if (n.IsSequence()) {
         size_t i = 0;
-        for (const auto &item : n) Inspect(r, item, path + "[" + std::to_string(i++) + "]", depth + 1);
+        for (const auto &item : n) {
+            const PathPart part{path, {}, i++, true};
+            Inspect(r, item, &part, depth + 1);
+        }
     }
 }
 
@@ -1034,7 +1067,8 @@ private:
         if (streamed) return;  // its key was checked at its start, its items one by one
         RootKey(key);
         const std::string text = key.IsScalar() ? key.Scalar() : "?";
-        Inspect(R(shape_), value, text, 1);
+        const PathPart part{nullptr, text, 0, false};
+        Inspect(R(shape_), value, &part, 1);
     }
 
     void ListStart(const Doc &root, const Doc &key) {
@@ -1047,7 +1081,9 @@ private:
     }
 
     void ListItem(const Doc &item) {
-        Inspect(R(shape_), item, "neighbours[" + std::to_string(items_++) + "]", 2);
+        static const PathPart list{nullptr, "neighbours", 0, false};
+        const PathPart part{&list, {}, items_++, true};
+        Inspect(R(shape_), item, &part, 2);
         if (neighbourReader_) {
             neighbourReader_->Read(item);
         } else {
@@ -1209,10 +1245,23 @@ Plan Read(const std::string &text, const std::string &file, Errors &errors) {
         errors.Add(SizeError(file, text.size()));
         return {};
     }
-    TextBuffer buffer(text);
-    std::istream in(&buffer);
     Errors found;
     try {
+        {
+            // The fast parser first; what it cannot tell goes to yaml-cpp,
+            // read again from the start.
+            PlanReader reader(file, found);
+            const DocStream stream = reader.Stream();
+            Doc root;
+            if (ParseDocFast(text, "neighbours", stream, &root)) {
+                Plan plan = reader.Finish(root);
+                errors = std::move(found);
+                return plan;
+            }
+        }
+        found = Errors();
+        TextBuffer buffer(text);
+        std::istream in(&buffer);
         PlanReader reader(file, found);
         const DocStream stream = reader.Stream();
         Plan plan = reader.Finish(ParseDoc(in, "neighbours", stream));

@@ -2,7 +2,9 @@
 
 #include <yaml-cpp/exceptions.h>
 #include <yaml-cpp/parser.h>
+#include <yaml.h>
 
+#include <cstring>
 #include <map>
 
 namespace lldpv2host::daemon {
@@ -16,10 +18,6 @@ const std::string &EmptyText() {
 
 }  // namespace
 
-bool Doc::IsNull() const { return d_ != nullptr && d_->kind == Kind::Null; }
-bool Doc::IsScalar() const { return d_ != nullptr && d_->kind == Kind::Scalar; }
-bool Doc::IsSequence() const { return d_ != nullptr && d_->kind == Kind::Sequence; }
-bool Doc::IsMap() const { return d_ != nullptr && d_->kind == Kind::Map; }
 const std::string &Doc::Scalar() const { return IsScalar() ? d_->scalar : EmptyText(); }
 YAML::Mark Doc::Mark() const { return d_ != nullptr ? d_->mark : YAML::Mark::null_mark(); }
 
@@ -29,7 +27,7 @@ std::string Doc::KeyText() const {
     return d_->scalar;
 }
 
-Doc Doc::operator[](const std::string &key) const {
+Doc Doc::operator[](std::string_view key) const {
     if (!IsMap()) return {};
     for (const DocEntry &e : d_->items) {
         if (e.first.IsScalar() && e.first.Scalar() == key) return e.second;
@@ -72,6 +70,9 @@ public:
     void OnScalar(const YAML::Mark &mark, const std::string &, YAML::anchor_t anchor, const std::string &value) override {
         Finish(Leaf(Doc::Kind::Scalar, mark, value), anchor);
     }
+    void Scalar(const YAML::Mark &mark, YAML::anchor_t anchor, std::string value) {
+        Finish(Leaf(Doc::Kind::Scalar, mark, std::move(value)), anchor);
+    }
 
     void OnSequenceStart(const YAML::Mark &mark, const std::string &, YAML::anchor_t anchor,
                          YAML::EmitterStyle::value) override {
@@ -94,11 +95,11 @@ private:
         bool streamed = false;  // items go to the stream, not into data
     };
 
-    static Doc Leaf(Doc::Kind kind, const YAML::Mark &mark, const std::string &text) {
+    static Doc Leaf(Doc::Kind kind, const YAML::Mark &mark, std::string text) {
         auto d = std::make_shared<Doc::Data>();
         d->kind = kind;
         d->mark = mark;
-        d->scalar = text;
+        d->scalar = std::move(text);
         return Doc(std::move(d));
     }
 
@@ -111,6 +112,7 @@ private:
         f.data = std::make_shared<Doc::Data>();
         f.data->kind = kind;
         f.data->mark = mark;
+        f.data->items.reserve(kind == Doc::Kind::Map ? 8 : 2);
         f.anchor = anchor;
         if (stack_.empty() && kind == Doc::Kind::Map) rootIsMap_ = true;
         // The first list under the stream key, unless an alias may want it
@@ -135,14 +137,13 @@ private:
     void Close() {
         Frame f = std::move(stack_.back());
         stack_.pop_back();
-        Doc done(std::move(f.data));
-        Finish(done, f.anchor, f.streamed);
+        Finish(Doc(std::move(f.data)), f.anchor, f.streamed);
     }
 
-    void Finish(const Doc &n, YAML::anchor_t anchor, bool streamed = false) {
+    void Finish(Doc n, YAML::anchor_t anchor, bool streamed = false) {
         if (anchor != 0) anchors_[anchor] = n;
         if (stack_.empty()) {
-            root_ = n;
+            root_ = std::move(n);
             return;
         }
         Frame &parent = stack_.back();
@@ -152,24 +153,22 @@ private:
         }
         auto &items = parent.data->items;
         if (parent.data->kind == Doc::Kind::Sequence) {
-            DocEntry e;
-            static_cast<Doc &>(e) = n;
-            items.push_back(std::move(e));
+            items.emplace_back();
+            static_cast<Doc &>(items.back()) = std::move(n);
             return;
         }
         if (!parent.haveKey) {
-            parent.key = n;
+            parent.key = std::move(n);
             parent.haveKey = true;
             return;
         }
-        DocEntry e;
+        items.emplace_back();
+        DocEntry &e = items.back();
         e.first = std::move(parent.key);
-        e.second = n;
+        e.second = std::move(n);
         parent.key = Doc();
         parent.haveKey = false;
-        const bool rootEntry = stack_.size() == 1 && rootIsMap_;
-        items.push_back(e);
-        if (rootEntry && stream_.rootEntry) stream_.rootEntry(e.first, e.second, streamed);
+        if (stack_.size() == 1 && rootIsMap_ && stream_.rootEntry) stream_.rootEntry(e.first, e.second, streamed);
     }
 
     const std::string &streamKey_;
@@ -180,6 +179,111 @@ private:
     bool rootIsMap_ = false;
     bool streamed_ = false;
 };
+
+namespace {
+
+// libyaml's parser and one event, released on every path.
+struct FastParser {
+    yaml_parser_t parser{};
+    FastParser(const std::string &text) {
+        yaml_parser_initialize(&parser);
+        yaml_parser_set_input_string(&parser, reinterpret_cast<const unsigned char *>(text.data()), text.size());
+    }
+    ~FastParser() { yaml_parser_delete(&parser); }
+    FastParser(const FastParser &) = delete;
+    FastParser &operator=(const FastParser &) = delete;
+};
+
+struct FastEvent {
+    yaml_event_t event{};
+    bool held = false;
+    ~FastEvent() { Release(); }
+    void Release() {
+        if (held) yaml_event_delete(&event);
+        held = false;
+    }
+};
+
+YAML::Mark MarkOf(const yaml_mark_t &m) {
+    YAML::Mark mark;
+    mark.pos = static_cast<int>(m.index);
+    mark.line = static_cast<int>(m.line);
+    mark.column = static_cast<int>(m.column);
+    return mark;
+}
+
+// Plain scalars without a tag that mean null.
+bool IsNullText(const char *s, size_t n) {
+    const std::string_view v(s, n);
+    return v.empty() || v == "~" || v == "null" || v == "Null" || v == "NULL";
+}
+
+// Deeper than this the fast path stops: no scenario nests that deep, and
+// yaml-cpp reports such a file in its own words.
+constexpr size_t kFastDepth = 100;
+
+}  // namespace
+
+bool ParseDocFast(const std::string &text, const std::string &streamKey, const DocStream &stream, Doc *root) {
+    FastParser p(text);
+    DocBuilder builder(streamKey, stream);
+    std::map<std::string, YAML::anchor_t> anchors;  // the latest node of each anchor name
+    YAML::anchor_t nextAnchor = 1;
+    size_t depth = 0;
+    auto anchorOf = [&](const yaml_char_t *name) -> YAML::anchor_t {
+        if (name == nullptr) return 0;
+        const YAML::anchor_t id = nextAnchor++;
+        anchors[reinterpret_cast<const char *>(name)] = id;
+        return id;
+    };
+    for (;;) {
+        FastEvent e;
+        if (yaml_parser_parse(&p.parser, &e.event) == 0) return false;
+        e.held = true;
+        const yaml_event_t &ev = e.event;
+        const YAML::Mark mark = MarkOf(ev.start_mark);
+        switch (ev.type) {
+            case YAML_STREAM_END_EVENT:
+            case YAML_DOCUMENT_END_EVENT:
+                *root = builder.Root();
+                return true;
+            case YAML_ALIAS_EVENT: {
+                auto it = anchors.find(reinterpret_cast<const char *>(ev.data.alias.anchor));
+                if (it == anchors.end()) return false;
+                builder.OnAlias(mark, it->second);
+                break;
+            }
+            case YAML_SCALAR_EVENT: {
+                const auto *value = reinterpret_cast<const char *>(ev.data.scalar.value);
+                const YAML::anchor_t anchor = anchorOf(ev.data.scalar.anchor);
+                if (ev.data.scalar.tag == nullptr && ev.data.scalar.style == YAML_PLAIN_SCALAR_STYLE &&
+                    IsNullText(value, ev.data.scalar.length)) {
+                    builder.OnNull(mark, anchor);
+                } else {
+                    builder.Scalar(mark, anchor, std::string(value, ev.data.scalar.length));
+                }
+                break;
+            }
+            case YAML_SEQUENCE_START_EVENT:
+                if (++depth > kFastDepth) return false;
+                builder.OnSequenceStart(mark, "", anchorOf(ev.data.sequence_start.anchor), YAML::EmitterStyle::Default);
+                break;
+            case YAML_MAPPING_START_EVENT:
+                if (++depth > kFastDepth) return false;
+                builder.OnMapStart(mark, "", anchorOf(ev.data.mapping_start.anchor), YAML::EmitterStyle::Default);
+                break;
+            case YAML_SEQUENCE_END_EVENT:
+                --depth;
+                builder.OnSequenceEnd();
+                break;
+            case YAML_MAPPING_END_EVENT:
+                --depth;
+                builder.OnMapEnd();
+                break;
+            default: break;
+        }
+    }
+}
 
 Doc ParseDoc(std::istream &in, const std::string &streamKey, const DocStream &stream) {
     YAML::Parser parser(in);

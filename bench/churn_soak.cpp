@@ -103,9 +103,9 @@ int main(int argc, char **argv) {
             host::SetNeighbourLimit(ifIndex, 1000);
         }
     }
-    // Every second a kPeriod-th of the window [start, start + window) sends
-    // (so each neighbour about every kPeriod seconds); the window moves on by
-    // kArrivals a second.
+    // Every second a kPeriod-th of the window [start, start + window) sends,
+    // each neighbour every kPeriod seconds; the window moves on by kArrivals
+    // a second.
     const uint32_t warmup = 2 * kTtl + kPeriod;  // seconds
     const uint32_t total = warmup + minutes * 60;
     uint64_t frames = 0;
@@ -118,7 +118,8 @@ int main(int argc, char **argv) {
     for (uint32_t t = 0; t < total; ++t) {
         host::AdvanceClock(100);
         const uint32_t start = t * kArrivals;
-        for (uint32_t id = start + t % kPeriod; id < start + window; id += kPeriod) {
+        // The neighbours whose turn it is: (id + t) % kPeriod == 0.
+        for (uint32_t id = start + (kPeriod - (start + t) % kPeriod) % kPeriod; id < start + window; id += kPeriod) {
             const Port port = PortOf(id);
             const uint32_t version = (t / kPeriod + id) / 10;  // changes every tenth frame
             host::Receive(port.ifIndex, port.agent, Frame(id, version));

@@ -2,7 +2,9 @@
 
 #include <sanitizer/asan_interface.h>
 
+#include <algorithm>
 #include <array>
+#include <utility>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -15,8 +17,10 @@ static_assert(alignof(Neighbour) <= 64, "records are 64-byte aligned");
 
 namespace {
 
-// The records of every daemon: blocks in 64-byte units carved from 2 MB
-// huge-page chunks, with a free list per block size. Records above
+// The records of every daemon: blocks in 64-byte units carved from chunks,
+// with a free list per block size. The chunks grow from 64 KB to 2 MB
+// huge-page chunks, so that a stack with few neighbours does not hold a
+// whole huge page for them. Records above
 // kMaxPooled octets are allocated one by one. When no record is left, the
 // chunks go back to the system. Daemons may be destroyed outside the state
 // lock (the switch model holds them too), hence the pool's own lock.
@@ -60,18 +64,25 @@ public:
     }
 
 private:
+    static constexpr size_t kFirstChunk = size_t{64} << 10;
+
     void NewChunk() {
-        void *chunk = AllocLarge(kLargePage);
-        chunks_.push_back(chunk);
-        ASAN_POISON_MEMORY_REGION(chunk, kLargePage);
+        const size_t size = std::min(kLargePage, kFirstChunk << std::min<size_t>(chunks_.size(), 8));
+        void *chunk = size == kLargePage ? AllocLarge(size) : ::operator new(size, std::align_val_t{kUnit});
+        chunks_.push_back({chunk, size});
+        ASAN_POISON_MEMORY_REGION(chunk, size);
         next_ = static_cast<uint8_t *>(chunk);
-        end_ = next_ + kLargePage;
+        end_ = next_ + size;
     }
 
     void ReleaseChunks() {
-        for (void *chunk : chunks_) {
-            ASAN_UNPOISON_MEMORY_REGION(chunk, kLargePage);
-            FreeLarge(chunk);
+        for (const auto &[chunk, size] : chunks_) {
+            ASAN_UNPOISON_MEMORY_REGION(chunk, size);
+            if (size == kLargePage) {
+                FreeLarge(chunk);
+            } else {
+                ::operator delete(chunk, std::align_val_t{kUnit});
+            }
         }
         chunks_.clear();
         for (std::vector<void *> &list : free_) std::vector<void *>().swap(list);
@@ -80,7 +91,7 @@ private:
 
     std::mutex lock_;
     std::array<std::vector<void *>, kMaxPooled / kUnit> free_;
-    std::vector<void *> chunks_;
+    std::vector<std::pair<void *, size_t>> chunks_;
     uint8_t *next_ = nullptr;
     uint8_t *end_ = nullptr;
     size_t live_ = 0;

@@ -152,6 +152,7 @@ run-live: build
 bench: build
 	$(BUILD)/bench/module_bench
 	$(BUILD)/bench/daemon_bench
+	$(BUILD)/bench/subtable_bench
 
 # Rewrites module/mibtrees from the MIB modules.
 regen-mibtrees: deps $(BUILD)/CMakeCache.txt

@@ -33,6 +33,10 @@ Bytes U32(uint32_t v) {
     return b;
 }
 Bytes Index(uint32_t k2, uint32_t k3) { return U32(k2) + U32(k3); }
+// memcpy that takes the empty vectors' null data.
+void Copy(void *to, const Bytes &from) {
+    if (!from.empty()) std::memcpy(to, from.data(), from.size());
+}
 Bytes Raw(const void *p, size_t n) { return Bytes(static_cast<const uint8_t *>(p), static_cast<const uint8_t *>(p) + n); }
 
 // A row: its sub-index in byte-comparable form, and its result.
@@ -57,7 +61,7 @@ std::vector<Row> Reference(uint32_t selector, const lldp::Lldpdu &pdu) {
                 LLDP_REM_MANADDR_REC_S rec{};
                 rec.ifSubtype = __builtin_bswap32(m.ifSubtype);
                 rec.ifId = __builtin_bswap32(m.ifId);
-                std::memcpy(rec.reserved, m.oid.data(), m.oid.size());
+                Copy(rec.reserved, m.oid);
                 rec.tail = __builtin_bswap32(static_cast<uint32_t>(m.oid.size()));
                 rows.push_back({ManOrder(m.subtype, m.address), Raw(&rec, sizeof rec)});
             }
@@ -65,7 +69,7 @@ std::vector<Row> Reference(uint32_t selector, const lldp::Lldpdu &pdu) {
         case LLDP_REMSUB_UNKNOWN:
             for (const auto &u : pdu.unknownTlvs) {
                 LLDP_REM_UNKNOWN_REC_S rec{};
-                std::memcpy(rec.info, u.info.data(), u.info.size());
+                Copy(rec.info, u.info);
                 rec.len = __builtin_bswap32(static_cast<uint32_t>(u.info.size()));
                 rows.push_back({U32(u.type), Raw(&rec, sizeof rec)});
             }
@@ -74,7 +78,7 @@ std::vector<Row> Reference(uint32_t selector, const lldp::Lldpdu &pdu) {
             std::map<std::pair<lldp::Oui, uint8_t>, uint32_t> seen;
             for (const auto &o : pdu.orgTlvs) {
                 LLDP_REM_ORGDEF_REC_S rec{};
-                std::memcpy(rec.info, o.info.data(), o.info.size());
+                Copy(rec.info, o.info);
                 rec.len = __builtin_bswap32(static_cast<uint32_t>(o.info.size()));
                 const Bytes order = Bytes(o.oui.begin(), o.oui.end()) + U32(3) + U32(o.subtype) + U32(++seen[{o.oui, o.subtype}]);
                 rows.push_back({order, Raw(&rec, sizeof rec)});

@@ -67,6 +67,11 @@ TEST(ScenarioStream, MistakesKeepTheirLinesAndOrder) {
         {"a mistake in the third item", kNodes + kInterfaces + "neighbours:\n" + Neighbour("p1", "a") +
                                             Neighbour("p2", "b") + Neighbour("p9", "c"),
          {"lab.yaml:8: port: no interface 'p9'"}},
+        {"block items name the line of their first key",
+         kNodes + kInterfaces + "neighbours:\n" + Neighbour("p1", "a") +
+             "  -\n    chassis-id: {subtype: local, value: b}\n    port-id: {subtype: local, value: x}\n" +
+             "  - port: p2\n    agent: 4\n",
+         {"lab.yaml:8: neighbour: 'port' is required", "lab.yaml:11: agent: 4 is outside 1..3"}},
         {"the list given twice", kNodes + kInterfaces + "neighbours:\n" + Neighbour("p1", "a") + "neighbours:\n" +
                                      Neighbour("p9", "b"),
          {"lab.yaml:7: key 'neighbours' given twice (lines 5 and 7)"}},

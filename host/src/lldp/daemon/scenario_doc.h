@@ -1,8 +1,10 @@
 // The YAML of a scenario as a small read-only tree, built from the events of
-// yaml-cpp's parser. It offers the part of YAML::Node's interface that the
-// scenario reader uses (kinds, scalar text, marks, lookup by key, iteration),
-// and lets the reader take the items of one long list as they are parsed, so
-// that a file with many neighbours is never held as one tree.
+// a YAML parser (libyaml's, or yaml-cpp's for a file libyaml refuses, so
+// that its mistakes read as they always did). It offers the part of
+// YAML::Node's interface that the scenario reader uses (kinds, scalar text,
+// marks, lookup by key, iteration), and lets the reader take the items of
+// one long list as they are parsed, so that a file with many neighbours is
+// never held as one tree.
 #pragma once
 
 #include <yaml-cpp/eventhandler.h>

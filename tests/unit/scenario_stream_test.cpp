@@ -90,6 +90,12 @@ TEST(ScenarioStream, MistakesKeepTheirLinesAndOrder) {
         {"a syntax error inside the list", kNodes + kInterfaces + "neighbours:\n" + Neighbour("p1", "a") +
                                                "  - {port: p2, chassis-id: [\n",
          {"lab.yaml:8: end of sequence flow not found"}},
+        {"a YAML mistake after a neighbour the reader refuses", kNodes + kInterfaces + "neighbours:\n" +
+                                                                    "  - {port: p1, [a]: b}\n  - {port: p2\n",
+         {"lab.yaml:8: end of map flow not found"}},
+        {"an empty value at the end of the text", kNodes + "interfaces:", {"lab.yaml:2: interfaces: expected a list, found nothing"}},
+        {"an empty value before the next key", kNodes + "interfaces:\nneighbours: []\n",
+         {"lab.yaml:3: interfaces: expected a list, found nothing"}},
         {"the clock before the last neighbour's time", kNodes + "clock: 5\n" + kInterfaces + "neighbours:\n" +
                                                            "  - {port: p1, at: 9, chassis-id: {subtype: local, value: a}, port-id: {subtype: local, value: x}}\n",
          {"lab.yaml:2: clock: 5 lies before the last neighbour's 'at' (9)"}},

@@ -1031,10 +1031,14 @@ class PlanReader {
 public:
     PlanReader(const std::string &file, Errors &errors) : file_(file), errors_(errors) { plan_.file = file; }
 
-    DocStream Stream() {
+    // The callbacks of a parse; without streamList the neighbours list is
+    // read with the rest once the whole document is parsed.
+    DocStream Stream(bool streamList) {
         DocStream s;
-        s.listStart = [this](const Doc &root, const Doc &key) { ListStart(root, key); };
-        s.listItem = [this](const Doc &item) { ListItem(item); };
+        if (streamList) {
+            s.listStart = [this](const Doc &root, const Doc &key) { ListStart(root, key); };
+            s.listItem = [this](const Doc &item) { ListItem(item); };
+        }
         s.rootEntry = [this](const Doc &key, const Doc &value, bool streamed) { RootEntry(key, value, streamed); };
         return s;
     }
@@ -1104,7 +1108,10 @@ private:
         for (const auto &[id, up] : plan_.nodes) nodeAddrs_[id];
         if (root["nodes"].IsSequence()) {
             for (const auto &node : root["nodes"]) rn.Item([&] {
-                if (!node.IsMap() || !node["management-addresses"] || !node["management-addresses"].IsSequence()) return;
+                if (!node.IsMap() || !node["id"] || !node["management-addresses"] ||
+                    !node["management-addresses"].IsSequence()) {
+                    return;  // a node without an id is reported as such
+                }
                 const uint16_t id = static_cast<uint16_t>(rn.UInt(node["id"], "node id", 0, 0xFFFF));
                 for (const auto &a : node["management-addresses"]) {
                     const lldp::ManagementAddress m = ReadManAddr(rn, a);
@@ -1248,22 +1255,30 @@ Plan Read(const std::string &text, const std::string &file, Errors &errors) {
     Errors found;
     try {
         {
-            // The fast parser first; what it cannot tell goes to yaml-cpp,
-            // read again from the start.
-            PlanReader reader(file, found);
-            const DocStream stream = reader.Stream();
-            Doc root;
-            if (ParseDocFast(text, "neighbours", stream, &root)) {
-                Plan plan = reader.Finish(root);
-                errors = std::move(found);
-                return plan;
+            // The fast parser first, the neighbours read as they are parsed.
+            // A file it cannot parse, or one with a mistake, is read again
+            // from the start with yaml-cpp, so that its mistakes are told as
+            // yaml-cpp tells the document (the two parsers differ on some
+            // malformed YAML).
+            try {
+                PlanReader reader(file, found);
+                const DocStream stream = reader.Stream(true);
+                Doc root;
+                if (ParseDocFast(text, "neighbours", stream, &root)) {
+                    Plan plan = reader.Finish(root);
+                    if (found.Empty()) return plan;
+                }
+            } catch (const YAML::Exception &) {
+                // Told again below.
             }
         }
         found = Errors();
         TextBuffer buffer(text);
         std::istream in(&buffer);
+        // The whole document first, as yaml-cpp reports a YAML mistake
+        // before any other.
         PlanReader reader(file, found);
-        const DocStream stream = reader.Stream();
+        const DocStream stream = reader.Stream(false);
         Plan plan = reader.Finish(ParseDoc(in, "neighbours", stream));
         errors = std::move(found);
         return plan;

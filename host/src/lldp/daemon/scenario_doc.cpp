@@ -230,6 +230,9 @@ bool ParseDocFast(const std::string &text, const std::string &streamKey, const D
     std::map<std::string, YAML::anchor_t> anchors;  // the latest node of each anchor name
     YAML::anchor_t nextAnchor = 1;
     size_t depth = 0;
+    // An empty value (nothing after "key:" or "-") has yaml-cpp's mark: the
+    // place of what follows it, told by the next event.
+    bool emptyPending = false;
     auto anchorOf = [&](const yaml_char_t *name) -> YAML::anchor_t {
         if (name == nullptr) return 0;
         const YAML::anchor_t id = nextAnchor++;
@@ -242,6 +245,17 @@ bool ParseDocFast(const std::string &text, const std::string &streamKey, const D
         e.held = true;
         const yaml_event_t &ev = e.event;
         const YAML::Mark mark = MarkOf(ev.start_mark);
+        if (emptyPending) {
+            // At the end of a text whose last line has no line break,
+            // libyaml counts one: yaml-cpp's mark stays on that last line.
+            YAML::Mark at = mark;
+            if (ev.start_mark.index >= text.size() && !text.empty() && text.back() != '\n' && at.line > 0 &&
+                at.column == 0) {
+                --at.line;
+            }
+            builder.OnNull(at, 0);
+            emptyPending = false;
+        }
         switch (ev.type) {
             case YAML_STREAM_END_EVENT:
             case YAML_DOCUMENT_END_EVENT:
@@ -258,7 +272,11 @@ bool ParseDocFast(const std::string &text, const std::string &streamKey, const D
                 const YAML::anchor_t anchor = anchorOf(ev.data.scalar.anchor);
                 if (ev.data.scalar.tag == nullptr && ev.data.scalar.style == YAML_PLAIN_SCALAR_STYLE &&
                     IsNullText(value, ev.data.scalar.length)) {
-                    builder.OnNull(mark, anchor);
+                    if (ev.data.scalar.length == 0 && anchor == 0) {
+                        emptyPending = true;
+                    } else {
+                        builder.OnNull(mark, anchor);
+                    }
                 } else {
                     builder.Scalar(mark, anchor, std::string(value, ev.data.scalar.length));
                 }

@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "lldp/daemon/buffers.h"
+#include "lldp/daemon/sub_rows.h"
 #include "lldp/daemon/wire.h"
 #include "testing_hooks.h"
 
@@ -296,45 +297,6 @@ uint32_t ManAddrTxNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
 // ---------------------------------------------------------------------------
 // Item 21: remote sub-tables.
 
-// Byte order of two sort keys, written out: for the library's comparison
-// g++ 12 at -O3 reports a memcmp bound beyond any object, which it is not.
-bool OrderLess(const std::vector<uint8_t> &a, const std::vector<uint8_t> &b) {
-    const size_t n = std::min(a.size(), b.size());
-    for (size_t i = 0; i < n; ++i)
-        if (a[i] != b[i]) return a[i] < b[i];
-    return a.size() < b.size();
-}
-
-struct SubRow {
-    std::vector<uint8_t> order;  // sorts like the sub-index
-    ManKey man;
-    uint32_t tlvType = 0;
-    lldp::Oui oui{};
-    uint32_t subtype = 0;
-    uint32_t orgIndex = 0;
-    uint32_t k2 = 0;
-    uint32_t k3 = 0;
-    std::vector<uint8_t> result;
-};
-
-std::vector<uint8_t> ManOrder(const ManKey &k) {
-    std::vector<uint8_t> o;
-    Append32(o, k.subtype);
-    Append32(o, static_cast<uint32_t>(k.addr.size()));
-    o.insert(o.end(), k.addr.begin(), k.addr.end());
-    return o;
-}
-
-std::vector<uint8_t> OrgOrder(const lldp::Oui &oui, uint32_t subtype, uint32_t index) {
-    std::vector<uint8_t> o(oui.begin(), oui.end());
-    Append32(o, 3);
-    Append32(o, subtype);
-    Append32(o, index);
-    return o;
-}
-
-std::vector<uint8_t> IndexOrder(uint32_t k2, uint32_t k3) { return U32s({k2, k3}); }
-
 Feature FeatureOfSelector(uint32_t selector) {
     switch (selector) {
         case LLDP_REMSUB_MANADDR: return kFeatManAddr;
@@ -353,150 +315,8 @@ Feature FeatureOfSelector(uint32_t selector) {
     }
 }
 
-std::vector<SubRow> IndexRows(const std::vector<Row> &rows) {
-    std::vector<SubRow> out;
-    for (const Row &r : rows) {
-        SubRow s;
-        s.k2 = r.k2;
-        s.k3 = r.k3;
-        s.order = IndexOrder(r.k2, r.k3);
-        s.result = r.result;
-        out.push_back(std::move(s));
-    }
-    return out;
-}
-
-std::vector<SubRow> SubRows(uint32_t selector, const lldp::Lldpdu &pdu) {
-    std::vector<SubRow> rows;
-    switch (selector) {
-        case LLDP_REMSUB_MANADDR:
-            for (const lldp::ManagementAddress &m : pdu.manAddrs) {
-                SubRow s;
-                s.man = ManKey{m.subtype, m.address};
-                s.order = ManOrder(s.man);
-                LLDP_REM_MANADDR_REC_S rec;
-                std::memset(&rec, 0, sizeof rec);
-                rec.ifSubtype = Net32(m.ifSubtype);
-                rec.ifId = Net32(m.ifId);
-                const size_t n = std::min<size_t>(m.oid.size(), sizeof rec.reserved);
-                if (n > 0) std::memcpy(rec.reserved, m.oid.data(), n);
-                rec.tail = Net32(static_cast<uint32_t>(n));
-                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
-                s.result.assign(p, p + sizeof rec);
-                rows.push_back(std::move(s));
-            }
-            break;
-        case LLDP_REMSUB_UNKNOWN:
-            for (const lldp::UnknownTlv &u : pdu.unknownTlvs) {
-                SubRow s;
-                s.tlvType = u.type;
-                s.order = U32(u.type);
-                LLDP_REM_UNKNOWN_REC_S rec;
-                std::memset(&rec, 0, sizeof rec);
-                size_t n = std::min<size_t>(u.info.size(), sizeof rec.info);
-                if (n > 0) std::memcpy(rec.info, u.info.data(), n);
-                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
-                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
-                s.result.assign(p, p + sizeof rec);
-                rows.push_back(std::move(s));
-            }
-            break;
-        case LLDP_REMSUB_ORGDEF: {
-            std::map<std::pair<lldp::Oui, uint8_t>, uint32_t> seen;
-            for (const lldp::OrgTlv &o : pdu.orgTlvs) {
-                SubRow s;
-                s.oui = o.oui;
-                s.subtype = o.subtype;
-                s.orgIndex = ++seen[{o.oui, o.subtype}];
-                s.order = OrgOrder(s.oui, s.subtype, s.orgIndex);
-                LLDP_REM_ORGDEF_REC_S rec;
-                std::memset(&rec, 0, sizeof rec);
-                size_t n = std::min<size_t>(o.info.size(), sizeof rec.info);
-                if (n > 0) std::memcpy(rec.info, o.info.data(), n);
-                testing::hooks::FillInfo(rec.info, &n, sizeof rec.info);
-                rec.len = Net32(static_cast<uint32_t>(n));
-                const auto *p = reinterpret_cast<const uint8_t *>(&rec);
-                s.result.assign(p, p + sizeof rec);
-                rows.push_back(std::move(s));
-            }
-            break;
-        }
-        case LLDP_REMSUB_ETS_BANDWIDTH: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->bandwidth)); break;
-        case LLDP_REMSUB_ETS_TSA: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->tsa)); break;
-        case LLDP_REMSUB_RECO_BANDWIDTH: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->bandwidth)); break;
-        case LLDP_REMSUB_RECO_TSA: if (pdu.etsRecommendation) rows = IndexRows(ByIndex8(pdu.etsRecommendation->tsa)); break;
-        case LLDP_REMSUB_PFC_ENABLE: if (pdu.pfc) rows = IndexRows(PfcEnableRows(pdu.pfc->enable)); break;
-        case LLDP_REMSUB_ETS_PRIORITY: if (pdu.etsConfig) rows = IndexRows(ByIndex8(pdu.etsConfig->priorityTc)); break;
-        case LLDP_REMSUB_APP_PRIORITY: if (pdu.appPriority) rows = IndexRows(AppRows(*pdu.appPriority)); break;
-        case LLDP_REMSUB_PROTO_VLAN: rows = IndexRows(Dot1LocalRows(LLDP_DOT1LOC_PROTO_VLAN, pdu)); break;
-        case LLDP_REMSUB_VLAN_NAME: rows = IndexRows(Dot1LocalRows(LLDP_DOT1LOC_VLAN_NAME, pdu)); break;
-        case LLDP_REMSUB_PROTOCOL: {
-            std::vector<Row> r;
-            uint32_t i = 0;
-            for (const std::vector<uint8_t> &id : pdu.protocolIds) {
-                std::vector<uint8_t> res(260, 0);
-                const size_t n = std::min<size_t>(id.size(), 256);
-                PutU32(res.data(), static_cast<uint32_t>(n));
-                if (n > 0) std::memcpy(res.data() + 4, id.data(), n);
-                r.push_back(Row{++i, 0, res});
-            }
-            rows = IndexRows(r);
-            break;
-        }
-        case LLDP_REMSUB_VID_USAGE_DIGEST:
-            if (pdu.vidUsageDigest) {
-                rows = IndexRows({Row{0, 0, std::vector<uint8_t>(pdu.vidUsageDigest->begin(),
-                                                                  pdu.vidUsageDigest->end())}});
-            }
-            break;
-        case LLDP_REMSUB_MAN_VID: if (pdu.managementVid) rows = IndexRows({Row{0, 0, Vid16(*pdu.managementVid)}}); break;
-        default: break;
-    }
-    // Sub-index order; of equal sub-indexes the first TLV stands.
-    std::stable_sort(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return OrderLess(a.order, b.order); });
-    rows.erase(std::unique(rows.begin(), rows.end(), [](const SubRow &a, const SubRow &b) { return a.order == b.order; }),
-               rows.end());
-    return rows;
-}
-
-std::vector<uint8_t> RequestOrder(uint32_t selector, const LLDP_INDEX_PARA_S &para) {
-    switch (selector) {
-        case LLDP_REMSUB_MANADDR: return ManOrder(ManKeyOfPara(para.manAddr));
-        case LLDP_REMSUB_UNKNOWN: return U32(Host32(para.tlvType));
-        case LLDP_REMSUB_ORGDEF: {
-            std::vector<uint8_t> o(para.orgDef.oui, para.orgDef.oui + 3);
-            Append32(o, Host32(para.orgDef.ouiLen));
-            Append32(o, Host32(para.orgDef.subtype));
-            Append32(o, Host32(para.orgDef.index));
-            return o;
-        }
-        case LLDP_REMSUB_VID_USAGE_DIGEST:
-        case LLDP_REMSUB_MAN_VID:
-            return IndexOrder(0, 0);
-        default:
-            return IndexOrder(Host32(para.index2), Host32(para.index3));
-    }
-}
-
-void WriteSubIndex(uint32_t selector, const SubRow &row, LLDP_INDEX_PARA_S &para) {
-    switch (selector) {
-        case LLDP_REMSUB_MANADDR: PutManKey(para.manAddr, row.man); break;
-        case LLDP_REMSUB_UNKNOWN: para.tlvType = Net32(row.tlvType); break;
-        case LLDP_REMSUB_ORGDEF:
-            std::memset(&para.orgDef, 0, sizeof para.orgDef);
-            std::memcpy(para.orgDef.oui, row.oui.data(), 3);
-            para.orgDef.ouiLen = Net32(3);
-            para.orgDef.subtype = Net32(row.subtype);
-            para.orgDef.index = Net32(row.orgIndex);
-            break;
-        default:
-            para.index2 = Net32(row.k2);
-            para.index3 = Net32(row.k3);
-            break;
-    }
-}
-
+// The rows of a neighbour's sub-table are found through the sub-row entries
+// it keeps (sub_rows.h): a lookup in its TLV stream, no decoding.
 uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *out) {
     const uint32_t selector = para->selector;
     const Feature feature = FeatureOfSelector(selector);
@@ -505,27 +325,28 @@ uint32_t RemoteSubNext(Daemon &d, LLDP_INDEX_PARA_S *para, uint16_t *len, void *
     *len = 0;
     const uint32_t timeMark = para->tfai.timeMark;
     const RemKey start{para->tfai.ifIndex, para->tfai.agent, para->tfai.remIndex};
-    const std::vector<uint8_t> after = RequestOrder(selector, *para);
+    // The request's sub-index, kept apart from para, which the answer rewrites.
+    LLDP_INDEX_PARA_S request = *para;
+    const SubKey after = RequestKey(selector, request);
 
-    auto answer = [&](const Neighbour &n, const SubRow &row) -> uint32_t {
-        if (uint32_t rc = Found(row.result, capacity, len, out); rc != 0) return rc;
+    auto answered = [&](const Neighbour &n) {
         para->tfai.ifIndex = n.key.ifIndex;
         para->tfai.agent = n.key.agent;
         para->tfai.remIndex = n.key.remIndex;
-        WriteSubIndex(selector, row, *para);
-        return 0;
     };
-
     // The rest of the neighbour the key names, then the following neighbours.
     if (const Neighbour *n = d.index.Next(start, true, feature, timeMark); n != nullptr && n->key == start) {
-        for (const SubRow &row : SubRows(selector, n->Decode())) {
-            if (OrderLess(after, row.order)) return answer(*n, row);
+        if (uint32_t rc = NextSubRow(*n, selector, &after, capacity, len, out, *para); rc != 0 || *len != 0) {
+            if (rc == 0) answered(*n);
+            return rc;
         }
     }
     for (const Neighbour *n = d.index.Next(start, false, feature, timeMark); n != nullptr;
          n = d.index.Next(n->key, false, feature, timeMark)) {
-        const std::vector<SubRow> rows = SubRows(selector, n->Decode());
-        if (!rows.empty()) return answer(*n, rows.front());
+        if (uint32_t rc = NextSubRow(*n, selector, nullptr, capacity, len, out, *para); rc != 0 || *len != 0) {
+            if (rc == 0) answered(*n);
+            return rc;
+        }
     }
     return 0;
 }

@@ -2,7 +2,9 @@
 
 #include <sanitizer/asan_interface.h>
 
+#include <algorithm>
 #include <array>
+#include <utility>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -15,8 +17,10 @@ static_assert(alignof(Neighbour) <= 64, "records are 64-byte aligned");
 
 namespace {
 
-// The records of every daemon: blocks in 64-byte units carved from 2 MB
-// huge-page chunks, with a free list per block size. Records above
+// The records of every daemon: blocks in 64-byte units carved from chunks,
+// with a free list per block size. The chunks grow from 64 KB to 2 MB
+// huge-page chunks, so that a stack with few neighbours does not hold a
+// whole huge page for them. Records above
 // kMaxPooled octets are allocated one by one. When no record is left, the
 // chunks go back to the system. Daemons may be destroyed outside the state
 // lock (the switch model holds them too), hence the pool's own lock.
@@ -60,18 +64,25 @@ public:
     }
 
 private:
+    static constexpr size_t kFirstChunk = size_t{64} << 10;
+
     void NewChunk() {
-        void *chunk = AllocLarge(kLargePage);
-        chunks_.push_back(chunk);
-        ASAN_POISON_MEMORY_REGION(chunk, kLargePage);
+        const size_t size = std::min(kLargePage, kFirstChunk << std::min<size_t>(chunks_.size(), 8));
+        void *chunk = size == kLargePage ? AllocLarge(size) : ::operator new(size, std::align_val_t{kUnit});
+        chunks_.push_back({chunk, size});
+        ASAN_POISON_MEMORY_REGION(chunk, size);
         next_ = static_cast<uint8_t *>(chunk);
-        end_ = next_ + kLargePage;
+        end_ = next_ + size;
     }
 
     void ReleaseChunks() {
-        for (void *chunk : chunks_) {
-            ASAN_UNPOISON_MEMORY_REGION(chunk, kLargePage);
-            FreeLarge(chunk);
+        for (const auto &[chunk, size] : chunks_) {
+            ASAN_UNPOISON_MEMORY_REGION(chunk, size);
+            if (size == kLargePage) {
+                FreeLarge(chunk);
+            } else {
+                ::operator delete(chunk, std::align_val_t{kUnit});
+            }
         }
         chunks_.clear();
         for (std::vector<void *> &list : free_) std::vector<void *>().swap(list);
@@ -80,7 +91,7 @@ private:
 
     std::mutex lock_;
     std::array<std::vector<void *>, kMaxPooled / kUnit> free_;
-    std::vector<void *> chunks_;
+    std::vector<std::pair<void *, size_t>> chunks_;
     uint8_t *next_ = nullptr;
     uint8_t *end_ = nullptr;
     size_t live_ = 0;
@@ -92,12 +103,23 @@ RecordPool &Pool() {
     return *pool;
 }
 
-Neighbour *NewRecord(const Neighbour &fields, std::span<const uint8_t> tlvs) {
-    const size_t bytes = sizeof(Neighbour) + tlvs.size();
+// Writes the TLV stream and the sub-row entries into n's allocation.
+void Fill(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
+    n->tlvLen = static_cast<uint32_t>(tlvs.size());
+    n->subCount = static_cast<uint16_t>(sub.size());
+    if (!tlvs.empty()) std::memmove(n->Tlvs(), tlvs.data(), tlvs.size());
+    const size_t pad = Neighbour::SubOffset(tlvs.size()) - tlvs.size();
+    if (pad > 0) std::memset(n->Tlvs() + tlvs.size(), 0, pad);
+    if (!sub.empty()) {
+        std::memcpy(n->Tlvs() + Neighbour::SubOffset(tlvs.size()), sub.data(), sub.size() * sizeof(SubEntry));
+    }
+}
+
+Neighbour *NewRecord(const Neighbour &fields, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
+    const size_t bytes = sizeof(Neighbour) + Neighbour::PayloadSize(tlvs.size(), sub.size());
     auto *n = new (Pool().Allocate(bytes)) Neighbour(fields);
     n->capacity = static_cast<uint32_t>(RecordPool::BlockSize(bytes) - sizeof(Neighbour));
-    n->tlvLen = static_cast<uint32_t>(tlvs.size());
-    if (!tlvs.empty()) std::memcpy(n->Tlvs(), tlvs.data(), tlvs.size());
+    Fill(n, tlvs, sub);
     return n;
 }
 
@@ -143,30 +165,29 @@ void NeighbourStore::Grow() {
     }
 }
 
-Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tlvs) {
+Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
     if ((size_ + 1) * 2 > slots_.size()) Grow();
     const uint64_t hash = HashOf(key);
     Slot &slot = slots_[SlotOf(key, hash)];
-    if (slot.n != nullptr) return SetTlvs(slot.n, tlvs);  // never two records for one key
+    if (slot.n != nullptr) return SetTlvs(slot.n, tlvs, sub);  // never two records for one key
     Neighbour fields;
     fields.key = key;
     slot.hash = hash;
-    slot.n = NewRecord(fields, tlvs);
+    slot.n = NewRecord(fields, tlvs, sub);
     ++size_;
     return slot.n;
 }
 
-Neighbour *NeighbourStore::SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs) {
+Neighbour *NeighbourStore::SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
-    const size_t block = RecordPool::BlockSize(sizeof(Neighbour) + tlvs.size());
+    const size_t block = RecordPool::BlockSize(sizeof(Neighbour) + Neighbour::PayloadSize(tlvs.size(), sub.size()));
     if (block == sizeof(Neighbour) + n->capacity) {
         // The same block size: in place.
-        n->tlvLen = static_cast<uint32_t>(tlvs.size());
-        if (!tlvs.empty()) std::memmove(n->Tlvs(), tlvs.data(), tlvs.size());
+        Fill(n, tlvs, sub);
         return n;
     }
-    Neighbour *moved = NewRecord(*n, tlvs);
+    Neighbour *moved = NewRecord(*n, tlvs, sub);
     slots_[SlotOf(n->key, HashOf(n->key))].n = moved;
     FreeRecord(n);
     return moved;

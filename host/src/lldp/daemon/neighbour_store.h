@@ -41,13 +41,14 @@ public:
     }
     bool Contains(const RemKey &key) const { return Find(key) != nullptr; }
 
-    // A new neighbour with key, which the store must not hold yet, and the
-    // TLV stream tlvs; its other fields have their defaults.
-    Neighbour *Create(const RemKey &key, std::span<const uint8_t> tlvs);
-    // Gives n the TLV stream tlvs. The record stays where it is when the
-    // stream fits its allocation, and moves otherwise: the address returned
-    // replaces n, which then no longer exists.
-    Neighbour *SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs);
+    // A new neighbour with key, which the store must not hold yet, the TLV
+    // stream tlvs and its sub-row entries sub; its other fields have their
+    // defaults.
+    Neighbour *Create(const RemKey &key, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub = {});
+    // Gives n the TLV stream tlvs and the sub-row entries sub. The record
+    // stays where it is when they fit its allocation, and moves otherwise:
+    // the address returned replaces n, which then no longer exists.
+    Neighbour *SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub = {});
     void Erase(const RemKey &key);
     void Clear();
 

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "lldp/daemon/daemon.h"
+#include "lldp/daemon/sub_rows.h"
 #include "lldpv2/lldp_client.h"
 
 namespace lldpv2host::daemon {
@@ -122,7 +123,8 @@ void Describe(Neighbour &n, const lldp::Lldpdu &pdu) {
 
 // Stores pdu as the information of n; the address returned replaces n's.
 Neighbour *Store(Daemon &d, Neighbour *n, const lldp::Lldpdu &pdu) {
-    n = d.neighbours.SetTlvs(n, lldp::EncodeLldpdu(pdu));
+    const std::vector<uint8_t> tlvs = lldp::EncodeLldpdu(pdu);
+    n = d.neighbours.SetTlvs(n, tlvs, SubEntriesOf(tlvs));
     Describe(*n, pdu);
     return n;
 }
@@ -270,7 +272,8 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
     }
 
     const RemKey key{ifIndex, agentNo, AllocRemIndex(*d, ifIndex, agentNo, *agent)};
-    Neighbour *raw = d->neighbours.Create(key, lldp::EncodeLldpdu(pdu));
+    const std::vector<uint8_t> tlvs = lldp::EncodeLldpdu(pdu);
+    Neighbour *raw = d->neighbours.Create(key, tlvs, SubEntriesOf(tlvs));
     Describe(*raw, pdu);
     raw->changeTime = now;
     raw->expiry = ExpiryOf(pdu.ttl);

@@ -63,6 +63,19 @@ struct SystemFields {
     bool valid = false;
 };
 
+// One row source of a remote sub-table in a neighbour's TLV stream: the TLV
+// (or, for application priorities, the entry inside the TLV) at off, of a
+// family of sub-tables; ordinal numbers the TLVs of one organizationally
+// defined type (from 1) or the protocol identities, in stream order. A
+// neighbour keeps these sorted by family and then by the sub-index of the
+// rows they make, with equal sub-indexes left out (the first TLV stands),
+// so that a get-next of a sub-table finds its row without decoding.
+struct SubEntry {
+    uint16_t off = 0;
+    uint8_t family = 0;
+    uint8_t ordinal = 0;
+};
+
 // The information is kept as its TLV stream only (valid TLVs, End TLV
 // included), compact and in one piece: the stream follows the record in the
 // same allocation (see NeighbourStore), so that reading a neighbour touches
@@ -79,10 +92,17 @@ struct Neighbour {
     uint8_t manAddrCount = 0;
     bool remoteChanges = false;
     SystemFields sys;
+    uint16_t subCount = 0;  // SubEntry values after the TLV stream (at SubOffset)
+
+    static size_t SubOffset(size_t tlvLen) { return (tlvLen + 3) & ~size_t{3}; }
+    static size_t PayloadSize(size_t tlvLen, size_t subCount) { return SubOffset(tlvLen) + subCount * sizeof(SubEntry); }
 
     const uint8_t *Tlvs() const { return reinterpret_cast<const uint8_t *>(this + 1); }
     uint8_t *Tlvs() { return reinterpret_cast<uint8_t *>(this + 1); }
     std::span<const uint8_t> TlvSpan() const { return {Tlvs(), tlvLen}; }
+    std::span<const SubEntry> SubEntries() const {
+        return {reinterpret_cast<const SubEntry *>(Tlvs() + SubOffset(tlvLen)), subCount};
+    }
     bool Has(Feature f) const { return (features >> f) & 1u; }
     lldp::Lldpdu Decode() const { return lldp::DecodeLldpdu(Tlvs(), tlvLen).pdu; }
 };

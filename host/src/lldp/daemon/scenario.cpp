@@ -4,8 +4,9 @@
 #include "lldpv2host/scenario.h"
 
 #include <arpa/inet.h>
+#include <malloc.h>
 #include <yaml-cpp/depthguard.h>
-#include <yaml-cpp/yaml.h>
+#include <yaml-cpp/exceptions.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include <stdexcept>
 
 #include "lldp/daemon/daemon.h"
+#include "lldp/daemon/scenario_doc.h"
 #include "lldpv2/lldp_client.h"
 
 namespace lldpv2host {
@@ -40,24 +42,31 @@ constexpr int kMaxNesting = 16;
 // kMaxScenarioErrors of them.
 class Errors {
 public:
+    explicit Errors(size_t limit = kMaxScenarioErrors) : limit_(limit) {}
     void Add(const std::string &what) {
         if (std::find(list_.begin(), list_.end(), what) != list_.end()) return;
-        if (list_.size() < kMaxScenarioErrors) {
+        if (list_.size() < limit_) {
             list_.push_back(what);
         } else {
             more_ = true;
         }
     }
+    void SetMore() { more_ = true; }
     bool Empty() const { return list_.empty(); }
     const std::vector<std::string> &List() const { return list_; }
     bool More() const { return more_; }
 
 private:
+    size_t limit_;
     std::vector<std::string> list_;
     bool more_ = false;
 };
 
-std::string KindOf(const YAML::Node &n) {
+// The mistakes kept of one part of a file while it is read: enough that the
+// first kMaxScenarioErrors of the whole remain after dropping repetitions.
+constexpr size_t kPartLimit = 2 * kMaxScenarioErrors;
+
+std::string KindOf(const Doc &n) {
     if (!n.IsDefined() || n.IsNull()) return "nothing";
     if (n.IsMap()) return "a mapping";
     if (n.IsSequence()) return "a list";
@@ -104,12 +113,12 @@ class Reader {
 public:
     Reader(std::string file, Errors *errors) : file_(std::move(file)), errors_(errors) {}
 
-    std::string At(const YAML::Node &at) const {
+    std::string At(const Doc &at) const {
         const int line = at.Mark().is_null() ? 0 : at.Mark().line + 1;
         return file_ + ":" + std::to_string(line) + ": ";
     }
 
-    [[noreturn]] void Fail(const YAML::Node &at, const std::string &what) const { throw ScenarioError(At(at) + what); }
+    [[noreturn]] void Fail(const Doc &at, const std::string &what) const { throw ScenarioError(At(at) + what); }
 
     // Reads one item (a section, a node, an interface, a neighbour); its
     // first mistake is recorded and reading goes on with the next item.
@@ -123,26 +132,26 @@ public:
     }
 
     // Refuses keys of a map that are not in allowed.
-    void Keys(const YAML::Node &map, const std::string &what, std::initializer_list<const char *> allowed) const {
+    void Keys(const Doc &map, const std::string &what, std::initializer_list<std::string_view> allowed) const {
         if (!map.IsMap()) Fail(map, what + ": expected a mapping, found " + KindOf(map));
         for (const auto &kv : map) {
-            const std::string key = kv.first.as<std::string>();
-            if (std::none_of(allowed.begin(), allowed.end(), [&](const char *a) { return key == a; })) {
+            const std::string key = kv.first.KeyText();
+            if (std::none_of(allowed.begin(), allowed.end(), [&](std::string_view a) { return key == a; })) {
                 Fail(kv.first, what + ": unknown key '" + key + "'");
             }
         }
     }
 
-    void Seq(const YAML::Node &n, const std::string &what) const {
+    void Seq(const Doc &n, const std::string &what) const {
         if (!n.IsSequence()) Fail(n, what + ": expected a list, found " + KindOf(n));
     }
 
-    std::string Str(const YAML::Node &n, const std::string &what) const {
+    std::string Str(const Doc &n, const std::string &what) const {
         if (!n.IsScalar()) Fail(n, what + ": expected a text value, found " + KindOf(n));
         return n.Scalar();
     }
 
-    uint64_t UInt(const YAML::Node &n, const std::string &what, uint64_t min, uint64_t max) const {
+    uint64_t UInt(const Doc &n, const std::string &what, uint64_t min, uint64_t max) const {
         const std::string s = Str(n, what);
         const std::string range = std::to_string(min) + ".." + std::to_string(max);
         uint64_t v = 0;
@@ -164,7 +173,7 @@ public:
         return v;
     }
 
-    bool Bool(const YAML::Node &n, const std::string &what) const {
+    bool Bool(const Doc &n, const std::string &what) const {
         const std::string s = Str(n, what);
         if (s == "true" || s == "yes" || s == "on") return true;
         if (s == "false" || s == "no" || s == "off") return false;
@@ -172,7 +181,7 @@ public:
     }
 
     // A number, or one of the names of a table.
-    uint64_t Named(const YAML::Node &n, const std::string &what, const std::map<std::string, uint64_t> &names,
+    uint64_t Named(const Doc &n, const std::string &what, const std::map<std::string, uint64_t> &names,
                    uint64_t min, uint64_t max) const {
         const std::string s = Str(n, what);
         auto it = names.find(s);
@@ -184,7 +193,7 @@ public:
     }
 
     // Octets written as hex digits, optionally separated by ':', '-', ' ' or '.'.
-    std::vector<uint8_t> Hex(const YAML::Node &n, const std::string &what) const {
+    std::vector<uint8_t> Hex(const Doc &n, const std::string &what) const {
         std::string s = Str(n, what);
         if (s.rfind("0x", 0) == 0 || s.rfind("0X", 0) == 0) s = s.substr(2);
         std::string digits;
@@ -201,14 +210,14 @@ public:
         return out;
     }
 
-    std::vector<uint8_t> Mac(const YAML::Node &n, const std::string &what) const {
+    std::vector<uint8_t> Mac(const Doc &n, const std::string &what) const {
         std::vector<uint8_t> mac = Hex(n, what);
         if (mac.size() != 6) Fail(n, what + ": a MAC address has 6 octets");
         return mac;
     }
 
     // An IPv4 or IPv6 address as (IANA family, octets).
-    std::pair<uint8_t, std::vector<uint8_t>> Ip(const YAML::Node &n, const std::string &what) const {
+    std::pair<uint8_t, std::vector<uint8_t>> Ip(const Doc &n, const std::string &what) const {
         const std::string s = Str(n, what);
         uint8_t v6[16];
         if (inet_pton(AF_INET, s.c_str(), v6) == 1) return {1, std::vector<uint8_t>(v6, v6 + 4)};
@@ -216,7 +225,7 @@ public:
         Fail(n, what + ": '" + s + "' is not an IPv4 or IPv6 address");
     }
 
-    std::vector<uint8_t> Oid(const YAML::Node &n, const std::string &what) const {
+    std::vector<uint8_t> Oid(const Doc &n, const std::string &what) const {
         const std::string s = Str(n, what);
         std::vector<uint32_t> ids;
         std::stringstream in(s);
@@ -275,7 +284,7 @@ const std::map<std::string, uint64_t> kPortClass = {{"pse", 1}, {"pd", 0}};
 // An identifier (chassis id or port id): {subtype, value} or {subtype, hex};
 // value is a MAC address for the MAC subtype, an IP address for the network
 // address subtype (stored with its IANA family octet), else text.
-std::pair<uint8_t, std::vector<uint8_t>> ReadId(const Reader &r, const YAML::Node &n, const std::string &what,
+std::pair<uint8_t, std::vector<uint8_t>> ReadId(const Reader &r, const Doc &n, const std::string &what,
                                                 bool chassis) {
     r.Keys(n, what, {"subtype", "value", "hex"});
     if (!n["subtype"]) r.Fail(n, what + ": 'subtype' is required");
@@ -305,7 +314,7 @@ std::pair<uint8_t, std::vector<uint8_t>> ReadId(const Reader &r, const YAML::Nod
     return {subtype, value};
 }
 
-std::pair<uint16_t, uint16_t> ReadCaps(const Reader &r, const YAML::Node &n) {
+std::pair<uint16_t, uint16_t> ReadCaps(const Reader &r, const Doc &n) {
     r.Keys(n, "capabilities", {"supported", "enabled"});
     uint16_t sets[2] = {0, 0};
     const char *names[2] = {"supported", "enabled"};
@@ -321,7 +330,7 @@ std::pair<uint16_t, uint16_t> ReadCaps(const Reader &r, const YAML::Node &n) {
 }
 
 // A text field (SnmpAdminString): UTF-8, at most max octets.
-std::string Text(const Reader &r, const YAML::Node &n, const std::string &what, size_t max) {
+std::string Text(const Reader &r, const Doc &n, const std::string &what, size_t max) {
     const std::string s = r.Str(n, what);
     if (s.size() > max) r.Fail(n, what + ": longer than " + std::to_string(max) + " octets");
     if (std::optional<size_t> bad = Utf8Error(s)) {
@@ -330,7 +339,7 @@ std::string Text(const Reader &r, const YAML::Node &n, const std::string &what, 
     return s;
 }
 
-lldp::ManagementAddress ReadManAddr(const Reader &r, const YAML::Node &n) {
+lldp::ManagementAddress ReadManAddr(const Reader &r, const Doc &n) {
     r.Keys(n, "management address", {"address", "subtype", "hex", "if-subtype", "if-id", "oid"});
     lldp::ManagementAddress m;
     if (n["address"]) {
@@ -350,7 +359,7 @@ lldp::ManagementAddress ReadManAddr(const Reader &r, const YAML::Node &n) {
     return m;
 }
 
-std::array<uint8_t, 8> Eight(const Reader &r, const YAML::Node &n, const std::string &what, uint64_t max,
+std::array<uint8_t, 8> Eight(const Reader &r, const Doc &n, const std::string &what, uint64_t max,
                              const std::map<std::string, uint64_t> *names = nullptr) {
     r.Seq(n, what);
     if (n.size() != 8) r.Fail(n, what + ": exactly 8 values");
@@ -361,7 +370,7 @@ std::array<uint8_t, 8> Eight(const Reader &r, const YAML::Node &n, const std::st
     return out;
 }
 
-lldp::EtsConfig ReadEts(const Reader &r, const YAML::Node &n) {
+lldp::EtsConfig ReadEts(const Reader &r, const Doc &n) {
     r.Keys(n, "ets", {"willing", "cbs", "traffic-classes", "priority-tc", "bandwidth", "tsa"});
     lldp::EtsConfig e;
     if (n["willing"]) e.willing = r.Bool(n["willing"], "ets willing");
@@ -374,7 +383,7 @@ lldp::EtsConfig ReadEts(const Reader &r, const YAML::Node &n) {
     return e;
 }
 
-lldp::EtsRecommendation ReadEtsReco(const Reader &r, const YAML::Node &n) {
+lldp::EtsRecommendation ReadEtsReco(const Reader &r, const Doc &n) {
     r.Keys(n, "ets-recommendation", {"priority-tc", "bandwidth", "tsa"});
     lldp::EtsRecommendation e;
     if (n["priority-tc"]) e.priorityTc = Eight(r, n["priority-tc"], "ets-recommendation priority-tc", 7);
@@ -383,7 +392,7 @@ lldp::EtsRecommendation ReadEtsReco(const Reader &r, const YAML::Node &n) {
     return e;
 }
 
-lldp::Pfc ReadPfc(const Reader &r, const YAML::Node &n) {
+lldp::Pfc ReadPfc(const Reader &r, const Doc &n) {
     r.Keys(n, "pfc", {"willing", "mbc", "cap", "enabled"});
     lldp::Pfc p;
     if (n["willing"]) p.willing = r.Bool(n["willing"], "pfc willing");
@@ -396,7 +405,7 @@ lldp::Pfc ReadPfc(const Reader &r, const YAML::Node &n) {
     return p;
 }
 
-std::vector<lldp::AppPriority> ReadApps(const Reader &r, const YAML::Node &n) {
+std::vector<lldp::AppPriority> ReadApps(const Reader &r, const Doc &n) {
     r.Seq(n, "applications");
     if (n.size() > 168) r.Fail(n, "applications: at most 168 entries");
     std::vector<lldp::AppPriority> apps;
@@ -414,7 +423,7 @@ std::vector<lldp::AppPriority> ReadApps(const Reader &r, const YAML::Node &n) {
     return apps;
 }
 
-lldp::LinkAggregation ReadLinkAgg(const Reader &r, const YAML::Node &n) {
+lldp::LinkAggregation ReadLinkAgg(const Reader &r, const Doc &n) {
     r.Keys(n, "link-aggregation", {"capable", "enabled", "port-id"});
     lldp::LinkAggregation l;
     if (n["capable"] && r.Bool(n["capable"], "link-aggregation capable")) l.status |= 0x01;
@@ -423,7 +432,7 @@ lldp::LinkAggregation ReadLinkAgg(const Reader &r, const YAML::Node &n) {
     return l;
 }
 
-lldp::MacPhy ReadMacPhy(const Reader &r, const YAML::Node &n) {
+lldp::MacPhy ReadMacPhy(const Reader &r, const Doc &n) {
     r.Keys(n, "mac-phy", {"autoneg-supported", "autoneg-enabled", "advertised-cap", "mau-type"});
     lldp::MacPhy m;
     if (n["autoneg-supported"] && r.Bool(n["autoneg-supported"], "mac-phy autoneg-supported")) m.autoNeg |= 0x01;
@@ -433,7 +442,7 @@ lldp::MacPhy ReadMacPhy(const Reader &r, const YAML::Node &n) {
     return m;
 }
 
-lldp::PowerMdi ReadPower(const Reader &r, const YAML::Node &n) {
+lldp::PowerMdi ReadPower(const Reader &r, const Doc &n) {
     r.Keys(n, "power", {"port-class", "supported", "enabled", "pair-control", "pairs", "class"});
     lldp::PowerMdi p;
     if (n["port-class"] && r.Named(n["port-class"], "power port-class", kPortClass, 0, 1) == 1) p.support |= 0x01;
@@ -445,7 +454,7 @@ lldp::PowerMdi ReadPower(const Reader &r, const YAML::Node &n) {
     return p;
 }
 
-std::vector<lldp::VlanName> ReadVlans(const Reader &r, const YAML::Node &n) {
+std::vector<lldp::VlanName> ReadVlans(const Reader &r, const Doc &n) {
     r.Seq(n, "vlans");
     std::vector<lldp::VlanName> vlans;
     std::set<uint16_t> seen;
@@ -461,7 +470,7 @@ std::vector<lldp::VlanName> ReadVlans(const Reader &r, const YAML::Node &n) {
     return vlans;
 }
 
-std::vector<lldp::ProtoVlan> ReadProtoVlans(const Reader &r, const YAML::Node &n) {
+std::vector<lldp::ProtoVlan> ReadProtoVlans(const Reader &r, const Doc &n) {
     r.Seq(n, "proto-vlans");
     std::vector<lldp::ProtoVlan> out;
     for (const auto &v : n) {
@@ -487,7 +496,7 @@ struct NeighbourPlan {
     uint32_t silentEvery = 0;  // seconds; 0: never silent
     uint32_t silentFor = 0;
     std::vector<uint8_t> lldpdu;
-    std::string where;  // file:line for an error found on applying
+    uint32_t line = 0;  // where the file gives it, for an error found on applying
 };
 
 struct Plan {
@@ -502,9 +511,11 @@ struct Plan {
     std::vector<NeighbourPlan> neighbours;
     std::set<std::pair<uint32_t, uint32_t>> notReceiving;  // (ifIndex, agent) whose admin status does not receive
     size_t addresses = 0;  // local management addresses of the nodes
+    std::string file;
+    uint32_t lastAt = 0;  // the latest 'at' of the neighbours
 };
 
-void ReadSystem(const Reader &r, const YAML::Node &n, Plan &plan) {
+void ReadSystem(const Reader &r, const Doc &n, Plan &plan) {
     r.Keys(n, "system", {"chassis-id", "name", "description", "capabilities"});
     LocalSystemData sys;
     if (n["chassis-id"]) std::tie(sys.chassisIdSubtype, sys.chassisId) = ReadId(r, n["chassis-id"], "chassis-id", true);
@@ -524,7 +535,7 @@ std::string GlobalRange(uint32_t id) {
     return std::to_string(lo) + ".." + std::to_string(hi);
 }
 
-void ReadGlobal(const Reader &r, const YAML::Node &n, Plan &plan) {
+void ReadGlobal(const Reader &r, const Doc &n, Plan &plan) {
     r.Keys(n, "lldp", {"tx-interval", "hold-multiplier", "reinit-delay", "tx-fast-init", "notification-interval",
                        "tx-credit-max", "msg-fast-tx", "tx-delay"});
     LldpGlobalConfig c;
@@ -558,7 +569,7 @@ void ReadGlobal(const Reader &r, const YAML::Node &n, Plan &plan) {
     plan.config = c;
 }
 
-void ReadNodes(const Reader &r, const YAML::Node &n, Plan &plan) {
+void ReadNodes(const Reader &r, const Doc &n, Plan &plan) {
     r.Seq(n, "nodes");
     if (n.size() == 0) r.Fail(n, "nodes: at least one node is required");
     std::set<uint16_t> seen;
@@ -588,9 +599,9 @@ void ReadNodes(const Reader &r, const YAML::Node &n, Plan &plan) {
     });
 }
 
-uint32_t ReadAgentNo(const Reader &r, const YAML::Node &n) { return static_cast<uint32_t>(r.Named(n, "agent", kAgents, 1, 3)); }
+uint32_t ReadAgentNo(const Reader &r, const Doc &n) { return static_cast<uint32_t>(r.Named(n, "agent", kAgents, 1, 3)); }
 
-void ReadPortLldp(const Reader &r, const YAML::Node &n, const Interface &intf, const std::set<ManKey> &nodeAddrs,
+void ReadPortLldp(const Reader &r, const Doc &n, const Interface &intf, const std::set<ManKey> &nodeAddrs,
                   Plan &plan) {
     r.Keys(n, "lldp", {"port-id", "description", "pvid", "vlans", "proto-vlans", "management-vid",
                        "link-aggregation", "mac-phy", "power", "max-frame-size", "neighbour-limit", "dcbx", "agents"});
@@ -647,7 +658,7 @@ void ReadPortLldp(const Reader &r, const YAML::Node &n, const Interface &intf, c
         steps.push_back([v](PortState &p) { p.neighbourLimit = v; });
     }
     if (n["dcbx"]) {
-        const YAML::Node &x = n["dcbx"];
+        const Doc &x = n["dcbx"];
         r.Keys(x, "dcbx", {"ets", "ets-recommendation", "pfc", "applications"});
         DcbxAdmin a;
         if (x["ets"]) {
@@ -713,7 +724,7 @@ void ReadPortLldp(const Reader &r, const YAML::Node &n, const Interface &intf, c
                 agentSteps.push_back([v](AgentState &s) { s.protoVlanId = v; });
             }
             if (a["management-address"]) {
-                const YAML::Node &m = a["management-address"];
+                const Doc &m = a["management-address"];
                 r.Keys(m, "management-address", {"address", "transmit"});
                 if (!m["address"]) r.Fail(m, "management-address: 'address' is required");
                 auto [family, octets] = r.Ip(m["address"], "management-address");
@@ -734,7 +745,7 @@ void ReadPortLldp(const Reader &r, const YAML::Node &n, const Interface &intf, c
     });
 }
 
-void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_t, std::set<ManKey>> &nodeAddrs,
+void ReadInterfaces(const Reader &r, const Doc &n, const std::map<uint16_t, std::set<ManKey>> &nodeAddrs,
                     Plan &plan) {
     r.Seq(n, "interfaces");
     std::set<uint32_t> seen;
@@ -756,7 +767,7 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
         if (!code) r.Fail(i["type"], "type: unknown interface type '" + type + "'");
         intf.type = *code;
         intf.name = i["name"] ? Text(r, i["name"], "name", 255) : "if-" + std::to_string(intf.ifIndex);
-        if (!names.insert(intf.name).second) r.Fail(i["name"] ? i["name"] : i, "name '" + intf.name + "' given twice");
+        if (!names.insert(intf.name).second) r.Fail(i["name"] ? i["name"] : Doc(i), "name '" + intf.name + "' given twice");
         if (i["valid"]) intf.valid = r.Bool(i["valid"], "valid");
         if (i["temporary"]) intf.temporary = r.Bool(i["temporary"], "temporary");
         if (i["sub-interface"]) intf.subInterface = r.Bool(i["sub-interface"], "sub-interface");
@@ -791,10 +802,10 @@ void ReadInterfaces(const Reader &r, const YAML::Node &n, const std::map<uint16_
     });
 }
 
-std::vector<uint8_t> ReadNeighbourPdu(const Reader &r, const YAML::Node &n) {
+std::vector<uint8_t> ReadNeighbourPdu(const Reader &r, const Doc &n) {
     if (n["lldpdu"]) {
         for (const auto &kv : n) {
-            const std::string key = kv.first.as<std::string>();
+            const std::string key = kv.first.KeyText();
             if (key != "lldpdu" && key != "port" && key != "agent" && key != "at" && key != "refresh" &&
                 key != "silent") {
                 r.Fail(kv.first, "neighbour: '" + key + "' cannot be combined with 'lldpdu'");
@@ -881,15 +892,22 @@ std::vector<uint8_t> ReadNeighbourPdu(const Reader &r, const YAML::Node &n) {
     return lldp::EncodeLldpdu(p);
 }
 
-void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &file, Plan &plan) {
-    r.Seq(n, "neighbours");
-    std::map<std::string, const Interface *> byName;
-    std::map<uint32_t, const Interface *> byIndex;
-    for (const Interface &i : plan.interfaces) {
-        byName[i.name] = &i;
-        byIndex[i.ifIndex] = &i;
+// Reads neighbours one at a time against the plan's interfaces, which must
+// have been read before.
+class NeighbourReader {
+public:
+    NeighbourReader(const Reader &r, Plan &plan) : r_(r), plan_(plan) {
+        for (const Interface &i : plan.interfaces) {
+            byName_[i.name] = &i;
+            byIndex_[i.ifIndex] = &i;
+        }
     }
-    for (const auto &nb : n) r.Item([&] {
+
+    void Read(const Doc &nb) { r_.Item([&] { ReadOne(nb); }); }
+
+private:
+    void ReadOne(const Doc &nb) {
+        const Reader &r = r_;
         r.Keys(nb, "neighbour",
                {"port", "agent", "at", "refresh", "silent", "lldpdu", "chassis-id", "port-id", "ttl", "port-description", "system-name",
                 "system-description", "capabilities", "management-addresses", "port-vlan", "proto-vlans",
@@ -900,11 +918,11 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
         NeighbourPlan np;
         const std::string port = r.Str(nb["port"], "port");
         const Interface *intf = nullptr;
-        if (auto it = byName.find(port); it != byName.end()) {
+        if (auto it = byName_.find(port); it != byName_.end()) {
             intf = it->second;
         } else if (port.find_first_not_of("0123456789") == std::string::npos) {
-            auto j = byIndex.find(static_cast<uint32_t>(r.UInt(nb["port"], "port", 1, UINT32_MAX)));
-            if (j != byIndex.end()) intf = j->second;
+            auto j = byIndex_.find(static_cast<uint32_t>(r.UInt(nb["port"], "port", 1, UINT32_MAX)));
+            if (j != byIndex_.end()) intf = j->second;
         }
         if (intf == nullptr) r.Fail(nb["port"], "port: no interface '" + port + "'");
         if (!IsLldpPort(*intf)) r.Fail(nb["port"], "port: " + intf->name + " is not an LLDP port");
@@ -914,14 +932,14 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
         if (!AgentAllowed(intf->type, np.agent)) {
             r.Fail(nb["agent"], "agent " + std::to_string(np.agent) + " does not run on " + intf->name);
         }
-        if (plan.notReceiving.count({np.ifIndex, np.agent}) != 0) {
+        if (plan_.notReceiving.count({np.ifIndex, np.agent}) != 0) {
             r.Fail(nb["port"], "neighbour: agent " + std::to_string(np.agent) + " of " + intf->name +
                                    " does not receive (admin status)");
         }
         np.at = nb["at"] ? static_cast<uint32_t>(r.UInt(nb["at"], "at", 0, UINT32_MAX)) : 0;
         if (nb["refresh"]) np.refresh = r.Bool(nb["refresh"], "refresh");
         if (nb["silent"]) {
-            const YAML::Node &sn = nb["silent"];
+            const Doc sn = nb["silent"];
             r.Keys(sn, "silent", {"every", "for"});
             if (!sn["every"] || !sn["for"]) r.Fail(sn, "silent: 'every' and 'for' are required");
             np.silentEvery = static_cast<uint32_t>(r.UInt(sn["every"], "silent every", 2, 86400));
@@ -930,84 +948,238 @@ void ReadNeighbours(const Reader &r, const YAML::Node &n, const std::string &fil
             np.refresh = true;
         }
         np.lldpdu = ReadNeighbourPdu(r, nb);
-        np.where = file + ":" + std::to_string(nb.Mark().line + 1);
-        plan.neighbours.push_back(std::move(np));
-    });
-}
+        np.line = static_cast<uint32_t>(nb.Mark().line + 1);
+        plan_.lastAt = std::max(plan_.lastAt, np.at);
+        plan_.neighbours.push_back(std::move(np));
+    }
+
+    const Reader &r_;
+    Plan &plan_;
+    std::map<std::string, const Interface *> byName_;
+    std::map<uint32_t, const Interface *> byIndex_;
+};
 
 // Mistakes of the document as a whole, found before its fields are read:
 // keys given twice in one mapping (YAML would silently keep the first) and
 // nesting deeper than any field lies.
-void Inspect(const Reader &r, const YAML::Node &n, const std::string &path, int depth) {
+// Where a node lies in the document, as a chain up to the root; written out
+// as "a.b[2].c" only for a mistake.
+struct PathPart {
+    const PathPart *parent = nullptr;
+    std::string_view key;  // a mapping entry's key, or
+    size_t index = 0;      // a list item's index
+    bool isIndex = false;
+};
+
+std::string PathText(const PathPart *p) {
+    if (p == nullptr) return {};
+    std::string out = PathText(p->parent);
+    if (p->isIndex) return out + "[" + std::to_string(p->index) + "]";
+    return out.empty() ? std::string(p->key) : out + "." + std::string(p->key);
+}
+
+void Inspect(const Reader &r, const Doc &n, const PathPart *path, int depth) {
     if (depth > kMaxNesting) {
-        r.errors().Add(r.At(n) + path + ": nested " + std::to_string(depth) + " levels deep (a scenario nests at most " +
-                       std::to_string(kMaxNesting) + ")");
+        r.errors().Add(r.At(n) + PathText(path) + ": nested " + std::to_string(depth) +
+                       " levels deep (a scenario nests at most " + std::to_string(kMaxNesting) + ")");
         return;
     }
+    static const std::string kOther = "?";
     if (n.IsMap()) {
-        std::map<std::string, int> lines;
-        for (const auto &kv : n) {
-            const std::string key = kv.first.IsScalar() ? kv.first.Scalar() : "?";
+        // Keys given twice: small mappings are searched, large ones indexed.
+        const DocEntry *begin = n.begin();
+        const size_t count = n.size();
+        std::map<std::string_view, int> lines;
+        for (size_t j = 0; j < count; ++j) {
+            const DocEntry &kv = begin[j];
+            const std::string &key = kv.first.IsScalar() ? kv.first.Scalar() : kOther;
             const int line = kv.first.Mark().line + 1;
-            auto [it, added] = lines.emplace(key, line);
-            if (!added) {
-                r.errors().Add(r.At(kv.first) + (path.empty() ? "" : path + ": ") + "key '" + key +
-                               "' given twice (lines " + std::to_string(it->second) + " and " + std::to_string(line) +
-                               ")");
+            int first = 0;
+            if (count <= 32) {
+                for (size_t i = 0; i < j && first == 0; ++i) {
+                    const std::string &earlier = begin[i].first.IsScalar() ? begin[i].first.Scalar() : kOther;
+                    if (earlier == key) first = begin[i].first.Mark().line + 1;
+                }
+            } else if (auto [it, added] = lines.emplace(key, line); !added) {
+                first = it->second;
             }
-            Inspect(r, kv.second, path.empty() ? key : path + "." + key, depth + 1);
+            if (first != 0) {
+                const std::string where = PathText(path);
+                r.errors().Add(r.At(kv.first) + (where.empty() ? "" : where + ": ") + "key '" + key +
+                               "' given twice (lines " + std::to_string(first) + " and " + std::to_string(line) + ")");
+            }
+            const PathPart part{path, key, 0, false};
+            Inspect(r, kv.second, &part, depth + 1);
         }
     } else if (n.IsSequence()) {
         size_t i = 0;
-        for (const auto &item : n) Inspect(r, item, path + "[" + std::to_string(i++) + "]", depth + 1);
+        for (const auto &item : n) {
+            const PathPart part{path, {}, i++, true};
+            Inspect(r, item, &part, depth + 1);
+        }
     }
 }
 
-Plan ReadPlan(const YAML::Node &root, const std::string &file, Errors &errors) {
-    const Reader r(file, &errors);
-    Plan plan;
-    if (!root.IsDefined() || root.IsNull()) {
-        errors.Add(file + ":1: the scenario is empty");
-        return plan;
+// Reads a scenario while it is parsed. The neighbours list, the bulk of a
+// large file, arrives item by item and each item is read and dropped at
+// once, when the nodes and interfaces it refers to came before it (as they
+// do in files written by hand or generated); otherwise its items wait for the
+// end of the document. The mistakes are collected per part and reported in
+// the order of a reading of the whole document: first those of its shape
+// (keys given twice, nesting), then those of the sections in a fixed order.
+class PlanReader {
+public:
+    PlanReader(const std::string &file, Errors &errors) : file_(file), errors_(errors) { plan_.file = file; }
+
+    // The callbacks of a parse; without streamList the neighbours list is
+    // read with the rest once the whole document is parsed.
+    DocStream Stream(bool streamList) {
+        DocStream s;
+        if (streamList) {
+            s.listStart = [this](const Doc &root, const Doc &key) { ListStart(root, key); };
+            s.listItem = [this](const Doc &item) { ListItem(item); };
+        }
+        s.rootEntry = [this](const Doc &key, const Doc &value, bool streamed) { RootEntry(key, value, streamed); };
+        return s;
     }
-    if (!root.IsMap()) {
-        errors.Add(r.At(root) + "scenario: expected a mapping, found " + KindOf(root));
-        return plan;
+
+    // The document is complete: reads what remains and reports.
+    Plan Finish(const Doc &root) {
+        ReadRest(root);
+        for (const Errors *e : {&shape_, &keys_, &system_, &global_, &clock_, &nodes_, &interfaces_, &neighbours_, &last_}) {
+            for (const std::string &what : e->List()) errors_.Add(what);
+            if (e->More()) errors_.SetMore();
+        }
+        return std::move(plan_);
     }
-    Inspect(r, root, "", 0);
-    r.Item([&] { r.Keys(root, "scenario", {"system", "lldp", "clock", "nodes", "interfaces", "neighbours"}); });
-    if (root["system"]) r.Item([&] { ReadSystem(r, root["system"], plan); });
-    if (root["lldp"]) r.Item([&] { ReadGlobal(r, root["lldp"], plan); });
-    if (root["clock"]) {
-        r.Item([&] { plan.clock = static_cast<uint32_t>(r.UInt(root["clock"], "clock", 0, UINT32_MAX)); });
+
+private:
+    Reader R(Errors &e) const { return Reader(file_, &e); }
+
+    // A key of the root mapping, checked for a second occurrence.
+    void RootKey(const Doc &key) {
+        const std::string text = key.IsScalar() ? key.Scalar() : "?";
+        const int line = key.Mark().line + 1;
+        auto [it, added] = rootLines_.emplace(text, line);
+        if (!added) {
+            shape_.Add(R(shape_).At(key) + "key '" + text + "' given twice (lines " + std::to_string(it->second) +
+                       " and " + std::to_string(line) + ")");
+        }
     }
-    if (!root["nodes"]) {
-        errors.Add(r.At(root) + "scenario: 'nodes' is required");
-        return plan;
+
+    void RootEntry(const Doc &key, const Doc &value, bool streamed) {
+        if (streamed) return;  // its key was checked at its start, its items one by one
+        RootKey(key);
+        const std::string text = key.IsScalar() ? key.Scalar() : "?";
+        const PathPart part{nullptr, text, 0, false};
+        Inspect(R(shape_), value, &part, 1);
     }
-    r.Item([&] { ReadNodes(r, root["nodes"], plan); });
-    std::map<uint16_t, std::set<ManKey>> nodeAddrs;
-    for (const auto &[id, up] : plan.nodes) nodeAddrs[id];
-    if (root["nodes"].IsSequence()) {
-        for (const auto &node : root["nodes"]) r.Item([&] {
-            if (!node.IsMap() || !node["management-addresses"] || !node["management-addresses"].IsSequence()) return;
-            const uint16_t id = static_cast<uint16_t>(r.UInt(node["id"], "node id", 0, 0xFFFF));
-            for (const auto &a : node["management-addresses"]) {
-                const lldp::ManagementAddress m = ReadManAddr(r, a);
-                nodeAddrs[id].insert(ManKey{m.subtype, m.address});
-            }
-        });
+
+    void ListStart(const Doc &root, const Doc &key) {
+        streamed_ = true;
+        RootKey(key);
+        if (root["nodes"] && root["interfaces"]) {
+            ReadFront(root);
+            if (!frontFailed_) neighbourReader_.emplace(reader_, plan_);
+        }
     }
-    if (root["interfaces"]) r.Item([&] { ReadInterfaces(r, root["interfaces"], nodeAddrs, plan); });
-    if (root["neighbours"]) r.Item([&] { ReadNeighbours(r, root["neighbours"], file, plan); });
-    uint32_t last = 0;
-    for (const NeighbourPlan &np : plan.neighbours) last = std::max(last, np.at);
-    if (plan.clock && *plan.clock < last) {
-        errors.Add(r.At(root["clock"]) + "clock: " + std::to_string(*plan.clock) +
-                   " lies before the last neighbour's 'at' (" + std::to_string(last) + ")");
+
+    void ListItem(const Doc &item) {
+        static const PathPart list{nullptr, "neighbours", 0, false};
+        const PathPart part{&list, {}, items_++, true};
+        Inspect(R(shape_), item, &part, 2);
+        if (neighbourReader_) {
+            neighbourReader_->Read(item);
+        } else {
+            held_.push_back(item);
+        }
     }
-    return plan;
-}
+
+    // The nodes and interfaces, which the neighbours refer to.
+    void ReadFront(const Doc &root) {
+        frontRead_ = true;
+        if (!root["nodes"]) {
+            nodes_.Add(R(nodes_).At(root) + "scenario: 'nodes' is required");
+            frontFailed_ = true;
+            return;
+        }
+        const Reader rn = R(nodes_);
+        rn.Item([&] { ReadNodes(rn, root["nodes"], plan_); });
+        for (const auto &[id, up] : plan_.nodes) nodeAddrs_[id];
+        if (root["nodes"].IsSequence()) {
+            for (const auto &node : root["nodes"]) rn.Item([&] {
+                if (!node.IsMap() || !node["id"] || !node["management-addresses"] ||
+                    !node["management-addresses"].IsSequence()) {
+                    return;  // a node without an id is reported as such
+                }
+                const uint16_t id = static_cast<uint16_t>(rn.UInt(node["id"], "node id", 0, 0xFFFF));
+                for (const auto &a : node["management-addresses"]) {
+                    const lldp::ManagementAddress m = ReadManAddr(rn, a);
+                    nodeAddrs_[id].insert(ManKey{m.subtype, m.address});
+                }
+            });
+        }
+        const Reader ri = R(interfaces_);
+        if (root["interfaces"]) ri.Item([&] { ReadInterfaces(ri, root["interfaces"], nodeAddrs_, plan_); });
+    }
+
+    void ReadRest(const Doc &root) {
+        const Reader r = R(keys_);
+        if (!root.IsDefined() || root.IsNull()) {
+            keys_.Add(file_ + ":1: the scenario is empty");
+            return;
+        }
+        if (!root.IsMap()) {
+            keys_.Add(r.At(root) + "scenario: expected a mapping, found " + KindOf(root));
+            return;
+        }
+        r.Item([&] { r.Keys(root, "scenario", {"system", "lldp", "clock", "nodes", "interfaces", "neighbours"}); });
+        const Reader rs = R(system_);
+        if (root["system"]) rs.Item([&] { ReadSystem(rs, root["system"], plan_); });
+        const Reader rg = R(global_);
+        if (root["lldp"]) rg.Item([&] { ReadGlobal(rg, root["lldp"], plan_); });
+        const Reader rc = R(clock_);
+        if (root["clock"]) {
+            rc.Item([&] { plan_.clock = static_cast<uint32_t>(rc.UInt(root["clock"], "clock", 0, UINT32_MAX)); });
+        }
+        if (!frontRead_) ReadFront(root);
+        if (frontFailed_) {
+            neighbours_ = Errors();
+            plan_.neighbours.clear();
+            return;
+        }
+        if (!neighbourReader_) neighbourReader_.emplace(reader_, plan_);
+        if (streamed_) {
+            for (const Doc &item : held_) neighbourReader_->Read(item);
+            held_.clear();
+        } else if (root["neighbours"]) {
+            reader_.Item([&] {
+                reader_.Seq(root["neighbours"], "neighbours");
+                for (const auto &nb : root["neighbours"]) neighbourReader_->Read(nb);
+            });
+        }
+        if (plan_.clock && *plan_.clock < plan_.lastAt) {
+            last_.Add(R(last_).At(root["clock"]) + "clock: " + std::to_string(*plan_.clock) +
+                      " lies before the last neighbour's 'at' (" + std::to_string(plan_.lastAt) + ")");
+        }
+    }
+
+    const std::string &file_;
+    Errors &errors_;
+    Plan plan_;
+    // The mistakes by part, in the order they are reported.
+    Errors shape_{kPartLimit}, keys_{kPartLimit}, system_{kPartLimit}, global_{kPartLimit}, clock_{kPartLimit},
+        nodes_{kPartLimit}, interfaces_{kPartLimit}, neighbours_{kPartLimit}, last_{kPartLimit};
+    const Reader reader_{file_, &neighbours_};
+    std::map<std::string, int> rootLines_;
+    std::map<uint16_t, std::set<ManKey>> nodeAddrs_;
+    std::optional<NeighbourReader> neighbourReader_;
+    std::vector<Doc> held_;
+    size_t items_ = 0;
+    bool streamed_ = false;
+    bool frontRead_ = false;
+    bool frontFailed_ = false;
+};
 
 // Applies a checked plan; an error here is a fault of the loader, reported
 // after the switch was emptied again.
@@ -1037,7 +1209,7 @@ std::string Apply(const Plan &plan) {
         const ReceiveResult res = ReceiveFrame(np->ifIndex, np->agent, np->lldpdu.data(), np->lldpdu.size());
         if (res.outcome == ReceiveOutcome::Discarded || res.outcome == ReceiveOutcome::NoSuchAgent ||
             res.outcome == ReceiveOutcome::Ignored) {
-            return np->where + ": neighbour not received (" + ReceiveOutcomeName(res.outcome) +
+            return plan.file + ":" + std::to_string(np->line) + ": neighbour not received (" + ReceiveOutcomeName(res.outcome) +
                    "): is the agent's admin status receiving?";
         }
         if (np->refresh) {
@@ -1065,15 +1237,51 @@ std::string SizeError(const std::string &file, uint64_t size) {
            std::to_string(g_sizeLimit) + " bytes";
 }
 
+// The octets of a text as an input stream, without a copy.
+class TextBuffer : public std::streambuf {
+public:
+    explicit TextBuffer(const std::string &text) {
+        char *begin = const_cast<char *>(text.data());  // only read: the get area
+        setg(begin, begin, begin + text.size());
+    }
+};
+
 // Reads text into a plan; the mistakes go to errors.
 Plan Read(const std::string &text, const std::string &file, Errors &errors) {
     if (text.size() > g_sizeLimit) {
         errors.Add(SizeError(file, text.size()));
         return {};
     }
+    Errors found;
     try {
-        const YAML::Node root = YAML::Load(text);
-        return ReadPlan(root, file, errors);
+        {
+            // The fast parser first, the neighbours read as they are parsed.
+            // A file it cannot parse, or one with a mistake, is read again
+            // from the start with yaml-cpp, so that its mistakes are told as
+            // yaml-cpp tells the document (the two parsers differ on some
+            // malformed YAML).
+            try {
+                PlanReader reader(file, found);
+                const DocStream stream = reader.Stream(true);
+                Doc root;
+                if (ParseDocFast(text, "neighbours", stream, &root)) {
+                    Plan plan = reader.Finish(root);
+                    if (found.Empty()) return plan;
+                }
+            } catch (const YAML::Exception &) {
+                // Told again below.
+            }
+        }
+        found = Errors();
+        TextBuffer buffer(text);
+        std::istream in(&buffer);
+        // The whole document first, as yaml-cpp reports a YAML mistake
+        // before any other.
+        PlanReader reader(file, found);
+        const DocStream stream = reader.Stream(false);
+        Plan plan = reader.Finish(ParseDoc(in, "neighbours", stream));
+        errors = std::move(found);
+        return plan;
     } catch (const YAML::DeepRecursion &e) {
         errors.Add(file + ":" + std::to_string(e.mark.line + 1) + ": nested " + std::to_string(e.depth()) +
                    " or more levels deep (a scenario nests at most " + std::to_string(kMaxNesting) + ")");
@@ -1107,17 +1315,24 @@ ScenarioCheck Check(const std::string &text, const std::string &file) {
 }
 
 bool Load(const std::string &text, const std::string &file, std::string *error) {
-    Errors errors;
-    const Plan plan = Read(text, file, errors);
-    if (!errors.Empty()) {
-        if (error != nullptr) {
-            error->clear();
-            for (const std::string &e : errors.List()) *error += (error->empty() ? "" : "\n") + e;
-            if (errors.More()) *error += "\n(more mistakes follow; the first " + std::to_string(kMaxScenarioErrors) + " are shown)";
+    std::string failure;
+    {
+        Errors errors;
+        const Plan plan = Read(text, file, errors);
+        if (!errors.Empty()) {
+            if (error != nullptr) {
+                error->clear();
+                for (const std::string &e : errors.List()) *error += (error->empty() ? "" : "\n") + e;
+                if (errors.More()) *error += "\n(more mistakes follow; the first " + std::to_string(kMaxScenarioErrors) + " are shown)";
+            }
+            return false;
         }
-        return false;
+        failure = Apply(plan);
     }
-    const std::string failure = Apply(plan);
+    // The plan and the parser's buffers are gone: the allocator hands the
+    // pages they held back to the system instead of keeping them for a load
+    // that does not come again.
+    malloc_trim(0);
     if (!failure.empty()) {
         ResetSwitch();
         ResetLldp();

@@ -86,11 +86,18 @@ public:
     explicit Engine(DeliverFn deliver);
 
     GetResult Get(const MibTree &tree, std::span<const uint32_t> oid);
+    // The same into result, whose buffers are reused: with the engine's own
+    // request, reply and index buffers, a get allocates nothing once they
+    // have grown to fit.
+    void Get(const MibTree &tree, std::span<const uint32_t> oid, GetResult &result);
 
     // The first served instance after oid (at or after it when inclusive),
     // stopping before limit (empty: no limit).
     NextResult GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
                        std::span<const uint32_t> limit);
+    // The same into result, whose buffers are reused.
+    void GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive, std::span<const uint32_t> limit,
+                 NextResult &result);
 
     // Resolves and checks one set varbind; 0 or the SNMP error.
     int ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const SnmpValue &value, SetTarget &target);
@@ -109,12 +116,21 @@ public:
 
 private:
     uint32_t Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2host::MorMessage &reply);
-    GetResult ReadLeaf(const MIB_NODE_S *leaf, const Index *index);
-    NextResult NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
-                            WalkStep &step);
+    void ReadLeaf(const MIB_NODE_S *leaf, const Index *index, GetResult &result);
+    void NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
+                      WalkStep &step, NextResult &result);
 
     DeliverFn deliver_;
     SkipLog skips_;
+    // Reused by every get and get-next (one at a time): the MOR messages, the
+    // decoded and replied indexes, and an exact read inside a get-next.
+    lldpv2host::MorMessage request_;
+    lldpv2host::MorMessage reply_;
+    Index index_;
+    StartIndex start_;
+    Index found_;
+    Index check_;
+    GetResult exact_;
 };
 
 }  // namespace lldpv2agent

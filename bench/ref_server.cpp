@@ -14,6 +14,7 @@
 #include <net-snmp/agent/net-snmp-agent-includes.h>
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -177,6 +178,9 @@ int main(int argc, char **argv) {
         return 1;
     }
     const std::string dir = dirTemplate;
+    // net-snmp keeps its certificate index here; made now so that it does
+    // not announce creating it.
+    mkdir((dir + "/cert_indexes").c_str(), 0700);
     {
         std::ofstream conf(dir + "/snmp_ref_server.conf");
         conf << "rocommunity " << community << " default\n";

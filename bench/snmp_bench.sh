@@ -149,7 +149,7 @@ walk() {
     echo "walk of $2 failed:" >&2; grep -E 'Timeout|Error|Wrong Type|OID not increasing|No Such' "$work/walk.txt" | head >&2
     exit 1
   fi
-  grep -c "^$2\." "$work/walk.txt" || true
+  grep -v 'No more variables' "$work/walk.txt" | grep -c "^$2\." || true
 }
 
 # measure PID PORT OID: best CPU time per varbind (ns) of the server over
@@ -174,7 +174,7 @@ measure() {
 }
 
 printf '%s\n' "bulk walks (-Cr50), server CPU time per varbind, best of $runs runs of at least $min_varbinds varbinds"
-printf '%-8s %-26s %9s %12s %12s %7s\n' neighbours subtree varbinds "agent us/vb" "net-snmp us/vb" ratio
+printf '%-10s %-26s %9s %12s %14s %7s\n' neighbours subtree varbinds "agent us/vb" "net-snmp us/vb" ratio
 for n in $sizes; do
   scenario="$work/scenario-$n.yaml"
   "$scengen" --nodes 4 --ports 48 --neighbours "$n" --agents 3 --extra-tlvs -o "$scenario"
@@ -188,7 +188,8 @@ for n in $sizes; do
       echo "  $name: the agent walked $agent_count varbinds, the reference $ref_count" >&2
     fi
     awk -v n="$n" -v name="$name" -v c="$agent_count" -v a="$agent_ns" -v r="$ref_ns" 'BEGIN {
-      printf "%-8s %-26s %9d %12.2f %12.2f %7s\n", n, name, c, a / 1000, r / 1000, r > 0 ? sprintf("%.2f", a / r) : "-" }'
+      ratio = "-"; if (r > 0) ratio = sprintf("%.2f", a / r)
+      printf "%-10s %-26s %9d %12.2f %14.2f %7s\n", n, name, c, a / 1000, r / 1000, ratio }'
   done
   stop_ref
   stop_agent

@@ -90,8 +90,9 @@ void Reuse(MorMessage &msg, uint32_t opType, uint32_t tableId) {
 
 void AddUint32(MorMessage &msg, uint32_t morId, uint32_t value, uint32_t type) {
     MorParam &p = NewParam(msg, morId, type, sizeof value);
-    p.value.resize(sizeof value);
-    std::memcpy(p.value.data(), &value, sizeof value);
+    uint8_t bytes[sizeof value];
+    std::memcpy(bytes, &value, sizeof value);
+    p.value.assign(bytes, bytes + sizeof value);
 }
 
 void AddBytes(MorMessage &msg, uint32_t morId, const void *data, size_t len, uint32_t type) {

@@ -146,7 +146,7 @@ std::string Generate(const Options &o, std::string *error) {
         if (dcbx) y << "    pfc: {willing: true, cap: 8, enabled: [3]}\n";
         if (o.extraTlvs) {
             const std::string info = Hex(ExtraInfo(i));
-            y << "    unknown-tlvs: [{type: " << kExtraTlvType << ", info: \"" << info << "\"}]\n"
+            y << "    unknown-tlvs: [{type: " << unsigned(kExtraTlvType) << ", info: \"" << info << "\"}]\n"
               << "    org-tlvs: [{oui: \"" << Hex({kExtraOui[0]}) << "-" << Hex({kExtraOui[1]}) << "-"
               << Hex({kExtraOui[2]}) << "\", subtype: " << unsigned(kExtraSubtype) << ", info: \"" << info << "\"}]\n";
         }

@@ -4,17 +4,21 @@
 //
 // Loads a scenario (default: the built-in one) and the module (dlopen, as the
 // agent does), then answers every instance of every registered tree twice:
-//   MOR layer + module   a get-next request per row of each table column, and
-//                        a get of the row it answered, with one request and
-//                        one reply message reused throughout (as the agent
-//                        keeps them);
-//   agent engine         the agent's get-next walk of each tree
-//                        (Engine::GetNext) and a get of every instance it
-//                        returned (Engine::Get), into reused results.
+//   MOR requests    a get-next request per row of each table column, and a
+//                   get of the row it answered, with one request and one
+//                   reply message reused throughout (as the agent keeps
+//                   them), delivered to the module;
+//   agent engine    the agent's get-next walk of each tree (Engine::GetNext)
+//                   and a get of every instance it returned (Engine::Get),
+//                   into reused results.
 // The first pass lets the reused buffers grow to their working size; the
 // allocations of the later passes are counted by this program's own
-// operator new / malloc and reported per varbind. The remote systems data
-// subtree (lldpV2RemoteSystemsData) is also reported on its own.
+// operator new / malloc and reported per varbind, split by where they were
+// made: the platform services the module calls (the daemons' LLDP_* queries,
+// the interface and device manager), the module, the MOR layer, the agent.
+// The remote systems data subtree (lldpV2RemoteSystemsData) is also reported
+// on its own.
+#include <dlfcn.h>
 #include <execinfo.h>
 #include <stdio.h>
 
@@ -38,25 +42,75 @@
 #include "module_loader.h"
 
 // The counting allocator: every operator new and every malloc family call of
-// the process (the shared libraries' too) while counting is on. With
+// the process (the shared libraries' too) while counting is on, each charged
+// to a part of the request path by its call stack (see Part). With
 // LLDPV2_ALLOC_TRACE=N in the environment, the call stacks of the first N
-// counted allocations go to standard error (to find where they come from).
+// allocations charged to the MOR layer or the agent also go to standard error
+// (addresses in this program: addr2line -f -C -e request_alloc_bench ADDR).
 namespace {
+
+// Where an allocation was made, by the innermost frame that tells:
+enum Part {
+    kPlatformServices,  // a platform call the module makes (daemon queries
+                        // LLDP_*, interface and device manager IF_* / DEV_*)
+    kModule,            // the module's own code (liblldpv2mib)
+    kMorLayer,          // the MOR layer (MOR_* and lldpv2host:: in liblldpv2host)
+    kAgent,             // anything else: the agent's code in this program
+    kParts
+};
+constexpr const char *kPartNames[kParts] = {"platform services", "module", "MOR layer", "agent"};
+
 std::atomic<bool> g_counting{false};
 std::atomic<uint64_t> g_allocations{0};
+std::atomic<uint64_t> g_byPart[kParts];
 uint64_t g_traceLimit = 0;
+
+bool StartsWith(const char *s, const char *prefix) { return std::strncmp(s, prefix, std::strlen(prefix)) == 0; }
+
+// The MOR layer's own functions (liblldpv2host exports them; the rest of
+// that library is the platform the module calls).
+bool IsMorFunction(const char *name) {
+    static const char *const kNames[] = {"MOR_", "_ZN10lldpv2host6Deliver", "_ZN10lldpv2host8AddBytes",
+                                         "_ZN10lldpv2host9AddUint32", "_ZN10lldpv2host9AddColumn",
+                                         "_ZN10lldpv2host5Reuse", "_ZN10lldpv2host11MakeRequest"};
+    for (const char *prefix : kNames) {
+        if (StartsWith(name, prefix)) return true;
+    }
+    return false;
+}
+
+Part PartOf(void *const *frames, int depth) {
+    for (int i = 2; i < depth; ++i) {  // past Count and the allocation function
+        Dl_info info{};
+        if (dladdr(frames[i], &info) == 0 || info.dli_fname == nullptr) continue;
+        const char *file = std::strrchr(info.dli_fname, '/');
+        file = file != nullptr ? file + 1 : info.dli_fname;
+        if (StartsWith(file, "liblldpv2mib")) return kModule;
+        if (!StartsWith(file, "liblldpv2host")) continue;
+        // Functions without an exported name are inside the one that calls them.
+        if (info.dli_sname == nullptr) continue;
+        return IsMorFunction(info.dli_sname) ? kMorLayer : kPlatformServices;
+    }
+    return kAgent;
+}
+
 inline void Count() {
     if (!g_counting.load(std::memory_order_relaxed)) return;
-    uint64_t n = g_allocations.fetch_add(1, std::memory_order_relaxed);
-    if (n < g_traceLimit) {
-        g_counting = false;  // backtrace may allocate on its first call
-        void *frames[24];
-        int depth = backtrace(frames, 24);
-        dprintf(2, "allocation %llu:\n", static_cast<unsigned long long>(n));
+    g_counting = false;  // what follows may allocate
+    g_allocations.fetch_add(1, std::memory_order_relaxed);
+    void *frames[48];
+    const int depth = backtrace(frames, 48);
+    const Part part = PartOf(frames, depth);
+    g_byPart[part].fetch_add(1, std::memory_order_relaxed);
+    static uint64_t traced = 0;
+    if ((part == kMorLayer || part == kAgent) && traced < g_traceLimit) {
+        dprintf(2, "allocation in the %s:\n", kPartNames[part]);
         backtrace_symbols_fd(frames, depth, 2);
-        g_counting = true;
+        ++traced;
     }
+    g_counting = true;
 }
+
 }  // namespace
 
 extern "C" {
@@ -129,15 +183,17 @@ const Oid kRemoteSystemsData = {1, 3, 111, 2, 802, 1, 1, 13, 1, 4};
 
 struct Tally {
     uint64_t varbinds = 0;
-    uint64_t allocations = 0;
-    void Add(uint64_t n, uint64_t allocs) {
-        varbinds += n;
-        allocations += allocs;
+    uint64_t allocations[kParts] = {};
+    void Add(const Tally &t) {
+        varbinds += t.varbinds;
+        for (int p = 0; p < kParts; ++p) allocations[p] += t.allocations[p];
     }
     void Print(const char *what) const {
-        std::printf("  %-58s %9llu varbinds %9llu allocations  %.4f per varbind\n", what,
-                    static_cast<unsigned long long>(varbinds), static_cast<unsigned long long>(allocations),
-                    varbinds == 0 ? 0.0 : static_cast<double>(allocations) / static_cast<double>(varbinds));
+        std::printf("  %-40s %9llu", what, static_cast<unsigned long long>(varbinds));
+        for (int p = 0; p < kParts; ++p) {
+            std::printf(" %12.4f", varbinds == 0 ? 0.0 : static_cast<double>(allocations[p]) / static_cast<double>(varbinds));
+        }
+        std::printf("\n");
     }
 };
 
@@ -145,11 +201,12 @@ struct Tally {
 // (counting only when count is true).
 template <typename Fn>
 void Measure(bool count, Tally &tally, Fn &&fn) {
-    const uint64_t before = g_allocations.load();
+    uint64_t before[kParts];
+    for (int p = 0; p < kParts; ++p) before[p] = g_byPart[p].load();
     g_counting = count;
-    const uint64_t varbinds = fn();
+    tally.varbinds += fn();
     g_counting = false;
-    tally.Add(varbinds, g_allocations.load() - before);
+    for (int p = 0; p < kParts; ++p) tally.allocations[p] += g_byPart[p].load() - before[p];
 }
 
 // Bound on the rows of one column a walk takes (a loop guard).
@@ -255,6 +312,10 @@ int main(int argc, char **argv) {
     }
 
     if (const char *trace = std::getenv("LLDPV2_ALLOC_TRACE")) g_traceLimit = std::strtoull(trace, nullptr, 10);
+    {
+        void *frames[4];
+        backtrace(frames, 4);  // loads what backtrace needs before anything is counted
+    }
     std::string error;
     bool loaded = scenario.empty() ? host::LoadDefaultScenario(&error) : host::LoadScenarioFile(scenario, &error);
     if (!loaded) {
@@ -291,19 +352,23 @@ int main(int argc, char **argv) {
             Measure(count, engRem, [&] { return WalkTreeEngine(engine, *tree, &kRemoteSystemsData, next, got, at, broken); });
         }
         if (pass == 0) continue;
-        morAll.Add(mor.varbinds, mor.allocations);
-        morRemote.Add(morRem.varbinds, morRem.allocations);
-        engineAll.Add(eng.varbinds, eng.allocations);
-        engineRemote.Add(engRem.varbinds, engRem.allocations);
+        morAll.Add(mor);
+        morRemote.Add(morRem);
+        engineAll.Add(eng);
+        engineRemote.Add(engRem);
     }
     if (broken) {
         std::fprintf(stderr, "a walk ended on a malformed or failed reply\n");
         return 1;
     }
-    std::printf("heap allocations on the request path, %d counted pass(es) after one warm-up pass:\n", passes - 1);
-    morAll.Print("MOR layer + module, every table column (get-next, get)");
-    morRemote.Print("MOR layer + module, remote systems data");
-    engineAll.Print("agent engine + MOR layer + module, every tree (get-next, get)");
-    engineRemote.Print("agent engine + MOR layer + module, remote systems data");
+    std::printf("heap allocations per varbind on the request path, %d counted pass(es) after one warm-up pass\n",
+                passes - 1);
+    std::printf("  %-40s %9s", "requests", "varbinds");
+    for (int p = 0; p < kParts; ++p) std::printf(" %12s", kPartNames[p]);
+    std::printf("\n");
+    morAll.Print("MOR requests, every table column");
+    morRemote.Print("MOR requests, remote systems data");
+    engineAll.Print("agent engine, every tree");
+    engineRemote.Print("agent engine, remote systems data");
     return 0;
 }

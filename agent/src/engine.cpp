@@ -127,6 +127,14 @@ uint32_t Engine::Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2
     return status;
 }
 
+Engine::IndexBuffers &Engine::BuffersFor(const MIB_INDEX_LIST_S *list) {
+    if (list != lastList_ || lastBuffers_ == nullptr) {
+        lastBuffers_ = &indexBuffers_[list];
+        lastList_ = list;
+    }
+    return *lastBuffers_;
+}
+
 void Engine::ReadLeaf(const MIB_NODE_S *leaf, const Index *index, GetResult &result) {
     result.exception = 0;
     result.failed = false;
@@ -176,11 +184,16 @@ void Engine::Get(const MibTree &tree, std::span<const uint32_t> oid, GetResult &
         ReadLeaf(leaf, nullptr, result);
         return;
     }
-    if (!DecodeInstanceInto(leaf->indexList, instance, index_)) {
-        result.exception = leaf->indexList != nullptr ? SNMP_NOSUCHINSTANCE : SNMP_NOSUCHOBJECT;
+    if (leaf->indexList == nullptr) {
+        result.exception = SNMP_NOSUCHOBJECT;
         return;
     }
-    ReadLeaf(leaf, &index_, result);
+    Index &index = BuffersFor(leaf->indexList).index;
+    if (!DecodeInstanceInto(leaf->indexList, instance, index)) {
+        result.exception = SNMP_NOSUCHINSTANCE;
+        return;
+    }
+    ReadLeaf(leaf, &index, result);
 }
 
 void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
@@ -192,22 +205,25 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
         return;
     }
     const Oid &leafOid = tree.OidOf(leaf);
+    IndexBuffers &buffers = BuffersFor(list);
+    StartIndex &start = buffers.start;
+    Index &found = buffers.found;
 
-    DecodeStartInto(list, instance, start_);
-    if (start_.padded && start_.values.size() == list->count) {
+    DecodeStartInto(list, instance, start);
+    if (start.padded && start.values.size() == list->count) {
         // The smallest index that the cut-short instance prefixes follows
         // the instance itself, and a get-next from it would pass it by.
-        ReadLeaf(leaf, &start_.values, exact_);
+        ReadLeaf(leaf, &start.values, exact_);
         if (!exact_.failed && exact_.exception == 0) {
             result.status = NextResult::Found;
             result.oid = leafOid;
-            EncodeInstance(list, start_.values, result.oid);
+            EncodeInstance(list, start.values, result.oid);
             std::swap(result.value, exact_.value);
             return;
         }
     }
 
-    Index &from = start_.values;
+    Index &from = start.values;
     for (int skipped = 0; skipped < kMaxSkippedRows; ++skipped) {
         lldpv2host::Reuse(request_, MOR_OP_GETNEXT, TableOf(leaf->morId));
         AddIndexParams(request_, list, from);
@@ -221,19 +237,19 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
             }
             return;
         }
-        bool found = IndexFromReplyInto(list, reply_, found_);
+        bool indexed = IndexFromReplyInto(list, reply_, found);
         const lldpv2host::MorParam *param = lldpv2host::FindParam(reply_, leaf->morId);
-        bool value = found && param != nullptr && ValueFromParamInto(leaf, *param, result.value);
-        if (!found || !value) {
+        bool value = indexed && param != nullptr && ValueFromParamInto(leaf, *param, result.value);
+        if (!indexed || !value) {
             snmp_log(LOG_WARNING, "get-next reply for %s lacks its index or value: %s\n", leaf->name,
                      lldpv2host::Describe(reply_).c_str());
             result.status = NextResult::Failed;
             return;
         }
         result.oid = leafOid;
-        EncodeInstance(list, found_, result.oid);
+        EncodeInstance(list, found, result.oid);
         std::span<const uint32_t> foundInstance = std::span<const uint32_t>(result.oid).subspan(leafOid.size());
-        if (!DecodeInstanceInto(list, foundInstance, check_)) {
+        if (!DecodeInstanceInto(list, foundInstance, buffers.check)) {
             // An index its own syntax refuses could not be asked for by get:
             // the row is passed over so that walk and get agree (the VLAN id
             // 0 rows of the VLAN transmit tables, DCBX application rows of
@@ -250,8 +266,8 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
             result.status = NextResult::Found;
             return;
         }
-        if (found_ == from) break;  // no progress: the module repeats itself
-        std::swap(from, found_);
+        if (found == from) break;  // no progress: the module repeats itself
+        std::swap(from, found);
     }
     step = WalkStep::NextLeaf;
 }

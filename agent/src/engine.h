@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "codec.h"
@@ -122,14 +123,24 @@ private:
 
     DeliverFn deliver_;
     SkipLog skips_;
-    // Reused by every get and get-next (one at a time): the MOR messages, the
-    // decoded and replied indexes, and an exact read inside a get-next.
+    // The index buffers of one table: the decoded and replied indexes of a
+    // get or get-next on it. Kept per table, so that a walk passing from one
+    // table to another with more index columns does not grow them again.
+    struct IndexBuffers {
+        Index index;
+        StartIndex start;
+        Index found;
+        Index check;
+    };
+    IndexBuffers &BuffersFor(const MIB_INDEX_LIST_S *list);
+
+    // Reused by every get and get-next (one at a time): the MOR messages,
+    // the index buffers and an exact read inside a get-next.
     lldpv2host::MorMessage request_;
     lldpv2host::MorMessage reply_;
-    Index index_;
-    StartIndex start_;
-    Index found_;
-    Index check_;
+    std::unordered_map<const MIB_INDEX_LIST_S *, IndexBuffers> indexBuffers_;
+    const MIB_INDEX_LIST_S *lastList_ = nullptr;
+    IndexBuffers *lastBuffers_ = nullptr;
     GetResult exact_;
 };
 

@@ -16,8 +16,9 @@
 # until it has served at least --min-varbinds varbinds (the clock of
 # /proc/PID/stat ticks in hundredths of a second).
 #
-# --profile adds, for the first size, the split of the agent's instructions
-# during one walk of the LLDP-V2-MIB by object file (callgrind).
+# --profile adds, for the first size, the instructions per varbind of both
+# servers for one walk of each subtree (callgrind, repeatable where CPU time
+# is not) and the split of the agent's instructions by object file.
 # When bench/memory_bench.sh exists, it runs afterwards with the same --build.
 set -euo pipefail
 
@@ -122,10 +123,11 @@ stop_agent() {
   agent_pid=""
 }
 
-# Records the agent's remote systems data and serves it from memory.
+# Records the agent's remote systems data and serves it from memory
+# (optionally under a wrapper such as valgrind).
 start_ref() {
   ref_port="$(free_port)"
-  "$ref" --record "udp:127.0.0.1:$agent_port" --subtree "$remote" --listen "udp:127.0.0.1:$ref_port" \
+  "$@" "$ref" --record "udp:127.0.0.1:$agent_port" --subtree "$remote" --listen "udp:127.0.0.1:$ref_port" \
     >"$work/ref.out" 2>"$work/ref.log" &
   ref_pid=$!
   local deadline=$((SECONDS + 600))
@@ -203,14 +205,40 @@ fi
 ((profile)) || exit 0
 command -v valgrind >/dev/null || { echo "valgrind is not installed: no profile" >&2; exit 0; }
 
+# Instructions of one process between callgrind_control -z and -d, from the
+# newest dump of its output file.
+dumped_instructions() {
+  local newest
+  newest="$(ls -t "$1".* | head -1)"
+  awk '/^summary:/ { print $2 }' "$newest"
+}
+
 first="${sizes%% *}"
 echo
-echo "CPU time of the agent during one walk of LLDP-V2-MIB, $first neighbours (callgrind, instructions by object file):"
-start_agent "$work/scenario-$first.yaml" 300 valgrind --tool=callgrind --callgrind-out-file="$work/callgrind.out" \
-  --collect-atstart=no --toggle-collect='agent_check_and_process*'
-walk "$agent_port" "$lldp_v2_mib" >/dev/null
+echo "instructions per varbind, $first neighbours (callgrind, one walk each; repeatable, unlike CPU time):"
+printf '%-26s %9s %14s %14s %7s\n' subtree varbinds agent net-snmp ratio
+start_agent "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-agent.out"
+start_ref valgrind --tool=callgrind --callgrind-out-file="$work/cg-ref.out"
+for entry in "${subtrees[@]}"; do
+  read -r name oid <<<"$entry"
+  for side in agent ref; do
+    if [[ $side == agent ]]; then pid=$agent_pid; p=$agent_port; else pid=$ref_pid; p=$ref_port; fi
+    callgrind_control -z "$pid" >/dev/null
+    n="$(walk "$p" "$oid")"
+    callgrind_control -d "$pid" >/dev/null
+    sleep 1
+    declare "${side}_n=$n" "${side}_i=$(dumped_instructions "$work/cg-$side.out")"
+  done
+  # The object split below is that of the first subtree's walk.
+  [[ -f "$work/callgrind.out" ]] || cp "$(ls -t "$work"/cg-agent.out.* | head -1)" "$work/callgrind.out"
+  awk -v name="$name" -v n="$agent_n" -v a="$agent_i" -v r="$ref_i" -v rn="$ref_n" 'BEGIN {
+    printf "%-26s %9d %14.0f %14.0f %7.2f\n", name, n, a / n, r / rn, (a / n) / (r / rn) }'
+done
+stop_ref
 stop_agent
 
+echo
+echo "the agent's instructions during the walk of lldpV2RemoteSystemsData, by object file:"
 # Self cost per object file: cost lines count for the object of the current
 # function, except the line after calls=, which is the callee's inclusive cost.
 awk '

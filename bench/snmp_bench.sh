@@ -1,59 +1,89 @@
 #!/usr/bin/env bash
-# Times a bulk walk of the whole LLDP-V2-MIB through lldpv2-agent and shows
-# where the agent spends its CPU time: net-snmp, the agent's own code, the
-# host platform, the module, and the C/C++ runtime (callgrind, by object
-# file).
+# The agent against net-snmp alone, side by side: for each stack size, a
+# bulk walk (snmpbulkwalk -Cr50) of the remote systems data subtree and of
+# each remote table through lldpv2-agent, and the same walk of a reference
+# server (build/bench/snmp_ref_server: net-snmp serving the agent's own
+# recorded varbinds from a sorted table in memory). The cost is the CPU time
+# of the server process (utime + stime from /proc/PID/stat) per varbind,
+# best of several runs; the ratio is agent / reference.
 #
-#   bench/snmp_bench.sh [--build DIR] [--scenario FILE] [--runs N] [--repetitions N] [--no-profile]
+#   bench/snmp_bench.sh [--build DIR] [--sizes "1000 10000 50000"] [--runs N]
+#                       [--min-varbinds N] [--profile] [--mibs DIR]
 #
-# Without --scenario a large scenario is generated with the build's scengen
-# (4 nodes, 48 ports each, 2000 neighbours, all three agents).
+# Scenarios: tools/scengen, 4 nodes of 48 ports, agents 1 to 3, every
+# neighbour with a management address, an unknown TLV and an
+# organizationally defined TLV (--extra-tlvs). A measurement repeats the walk
+# until it has served at least --min-varbinds varbinds (the clock of
+# /proc/PID/stat ticks in hundredths of a second).
+#
+# --profile adds, for the first size, the instructions per varbind of both
+# servers for one walk of each subtree (callgrind, repeatable where CPU time
+# is not) and the split of the agent's instructions by object file.
+# When bench/memory_bench.sh exists, it runs afterwards with the same --build.
 set -euo pipefail
 
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(dirname "$here")"
 build="$root/build"
-scenario=""
+sizes="1000 10000 50000"
 runs=3
-repetitions=50
-profile=1
+min_varbinds=100000
+profile=0
 mibs="${LLDPV2_MIBS_DIR:-$(cd "$root/../shared/mibs" 2>/dev/null && pwd || true)}"
 
 while [[ $# -gt 0 ]]; do
   case "$1" in
     --build) build="$(cd "$2" && pwd)"; shift 2 ;;
-    --scenario) scenario="$(cd "$(dirname "$2")" && pwd)/$(basename "$2")"; shift 2 ;;
+    --sizes) sizes="$2"; shift 2 ;;
     --runs) runs="$2"; shift 2 ;;
-    --repetitions) repetitions="$2"; shift 2 ;;
-    --no-profile) profile=0; shift ;;
+    --min-varbinds) min_varbinds="$2"; shift 2 ;;
+    --profile) profile=1; shift ;;
     --mibs) mibs="$2"; shift 2 ;;
-    -h|--help) sed -n '2,11p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,22p' "$0"; exit 0 ;;
     *) echo "unknown argument: $1" >&2; exit 2 ;;
   esac
 done
 
 agent="$build/agent/lldpv2-agent"
 module="$build/module/liblldpv2mib.so"
-[[ -x "$agent" ]] || { echo "no agent at $agent: build first (make build)" >&2; exit 1; }
+ref="$build/bench/snmp_ref_server"
+scengen="$build/tools/scengen"
+for f in "$agent" "$ref" "$scengen"; do
+  [[ -x "$f" ]] || { echo "no $f: build first (make build)" >&2; exit 1; }
+done
 [[ -f "$module" ]] || { echo "no module at $module" >&2; exit 1; }
-[[ -z "$scenario" || -f "$scenario" ]] || { echo "no scenario file $scenario" >&2; exit 1; }
 
 work="$(mktemp -d /tmp/lldpv2-bench.XXXXXX)"
 agent_pid=""
-cleanup() {
-  if [[ -n "$agent_pid" ]] && kill -0 "$agent_pid" 2>/dev/null; then
-    kill -TERM "$agent_pid" 2>/dev/null || true
-    wait "$agent_pid" 2>/dev/null || true
+ref_pid=""
+stop_pid() {
+  local pid="$1"
+  if [[ -n "$pid" ]] && kill -0 "$pid" 2>/dev/null; then
+    kill -TERM "$pid" 2>/dev/null || true
+    wait "$pid" 2>/dev/null || true
   fi
+}
+cleanup() {
+  stop_pid "$ref_pid"
+  stop_pid "$agent_pid"
   rm -rf "$work"
 }
 trap cleanup EXIT
 
 # The client tools keep their configuration and state in the work directory.
 export SNMPCONFPATH="$work" SNMP_PERSISTENT_DIR="$work" MIBS=
-snmp_opts=(-v2c -c public -t 30 -r 0 -On -Oq)
-[[ -n "$mibs" ]] && snmp_opts+=(-M "$mibs" -m LLDP-V2-MIB:LLDP-EXT-DOT1-V2-MIB:LLDP-EXT-DOT3-V2-MIB)
+snmp_opts=(-v2c -c public -t 60 -r 0 -On -Oq)
 lldp_v2_mib=.1.3.111.2.802.1.1.13
+remote=$lldp_v2_mib.1.4
+# name and OID of each subtree measured
+subtrees=(
+  "lldpV2RemoteSystemsData $remote"
+  "lldpV2RemTable $remote.1"
+  "lldpV2RemManAddrTable $remote.2"
+  "lldpV2RemUnknownTLVTable $remote.3"
+  "lldpV2RemOrgDefInfoTable $remote.4"
+)
+ticks_per_s=$(getconf CLK_TCK)
 
 free_port() {
   local port
@@ -63,17 +93,23 @@ free_port() {
   done
 }
 
-# Starts the agent (optionally under a wrapper such as valgrind) and waits
-# until it answers.
+# utime + stime of a process, in clock ticks.
+cpu_ticks() {
+  local stat
+  stat="$(cat "/proc/$1/stat")"
+  stat="${stat##*) }"
+  awk '{ print $12 + $13 }' <<<"$stat"
+}
+
+# Starts the agent on a scenario (optionally under a wrapper such as
+# valgrind) and waits until it answers.
 start_agent() {
-  local wait_s="$1"; shift
-  port="$(free_port)"
-  local args=(--listen "udp:127.0.0.1:$port" --module "$module")
-  [[ -n "$scenario" ]] && args+=(--scenario "$scenario")
-  "$@" "$agent" "${args[@]}" >"$work/agent.log" 2>&1 &
+  local scenario="$1" wait_s="$2"; shift 2
+  agent_port="$(free_port)"
+  "$@" "$agent" --listen "udp:127.0.0.1:$agent_port" --module "$module" --scenario "$scenario" >"$work/agent.log" 2>&1 &
   agent_pid=$!
   local deadline=$((SECONDS + wait_s))
-  until snmpget "${snmp_opts[@]}" -t 2 "udp:127.0.0.1:$port" "$lldp_v2_mib.1.1.1.0" >/dev/null 2>&1; do
+  until snmpget "${snmp_opts[@]}" -t 2 "udp:127.0.0.1:$agent_port" "$lldp_v2_mib.1.1.1.0" >/dev/null 2>&1; do
     if ! kill -0 "$agent_pid" 2>/dev/null || ((SECONDS > deadline)); then
       echo "agent did not start:" >&2; cat "$work/agent.log" >&2; exit 1
     fi
@@ -87,48 +123,122 @@ stop_agent() {
   agent_pid=""
 }
 
-walk() {
-  snmpbulkwalk "${snmp_opts[@]}" -Cr"$repetitions" "udp:127.0.0.1:$port" "$lldp_v2_mib" >"$work/walk.txt" 2>&1
-  if grep -qE 'Timeout|Error|Wrong Type|OID not increasing' "$work/walk.txt"; then
-    echo "walk failed:" >&2; grep -E 'Timeout|Error|Wrong Type|OID not increasing' "$work/walk.txt" | head >&2; exit 1
-  fi
+# Records the agent's remote systems data and serves it from memory
+# (optionally under a wrapper such as valgrind).
+start_ref() {
+  ref_port="$(free_port)"
+  "$@" "$ref" --record "udp:127.0.0.1:$agent_port" --subtree "$remote" --listen "udp:127.0.0.1:$ref_port" \
+    >"$work/ref.out" 2>"$work/ref.log" &
+  ref_pid=$!
+  local deadline=$((SECONDS + 600))
+  until grep -q '^ready' "$work/ref.out" 2>/dev/null; do
+    if ! kill -0 "$ref_pid" 2>/dev/null || ((SECONDS > deadline)); then
+      echo "reference server did not start:" >&2; cat "$work/ref.log" >&2; exit 1
+    fi
+    sleep 0.2
+  done
 }
 
-if [[ -z "$scenario" ]]; then
-  if [[ -x "$build/tools/scengen" ]]; then
-    scenario="$work/generated.yaml"
-    "$build/tools/scengen" --nodes 4 --ports 48 --neighbours 2000 --agents 3 -o "$scenario"
-  else
-    echo "no scengen in $build/tools: walking the built-in scenario" >&2
+stop_ref() {
+  stop_pid "$ref_pid"
+  ref_pid=""
+}
+
+# walk PORT OID: one bulk walk; prints the number of varbinds.
+walk() {
+  snmpbulkwalk "${snmp_opts[@]}" -Cr50 "udp:127.0.0.1:$1" "$2" >"$work/walk.txt" 2>&1
+  if grep -qE 'Timeout|Error|Wrong Type|OID not increasing|No Such' "$work/walk.txt"; then
+    echo "walk of $2 failed:" >&2; grep -E 'Timeout|Error|Wrong Type|OID not increasing|No Such' "$work/walk.txt" | head >&2
+    exit 1
   fi
-fi
-[[ -z "$scenario" ]] || "$agent" --check --scenario "$scenario"
-echo "scenario: ${scenario:-(built-in)}"
-echo "bulk walk of LLDP-V2-MIB ($lldp_v2_mib), $repetitions repetitions per request, best of $runs"
-start_agent 20
-best=""
-for ((i = 1; i <= runs; i++)); do
-  t0=$(date +%s.%N)
-  walk
-  t1=$(date +%s.%N)
-  count=$(grep -c '^\.' "$work/walk.txt" || true)
-  read -r secs rate < <(awk -v a="$t0" -v b="$t1" -v n="$count" 'BEGIN { s = b - a; printf "%.3f %.0f\n", s, n / s }')
-  echo "  run $i: $count varbinds in $secs s = $rate varbinds/s"
-  if [[ -z "$best" ]] || ((rate > best)); then best=$rate; fi
+  grep -v 'No more variables' "$work/walk.txt" | grep -c "^$2\." || true
+}
+
+# measure PID PORT OID: best CPU time per varbind (ns) of the server over
+# $runs runs; sets count (varbinds per walk) and per_vb_ns.
+measure() {
+  local pid="$1" port="$2" oid="$3" repeat best="" r i before after n total ns
+  count="$(walk "$port" "$oid")"
+  if ((count == 0)); then per_vb_ns=0; return; fi
+  repeat=$(((min_varbinds + count - 1) / count))
+  for ((r = 0; r < runs; r++)); do
+    before="$(cpu_ticks "$pid")"
+    total=0
+    for ((i = 0; i < repeat; i++)); do
+      n="$(walk "$port" "$oid")"
+      total=$((total + n))
+    done
+    after="$(cpu_ticks "$pid")"
+    ns=$(( (after - before) * 1000000000 / ticks_per_s / total ))
+    if [[ -z "$best" ]] || ((ns < best)); then best=$ns; fi
+  done
+  per_vb_ns=$best
+}
+
+printf '%s\n' "bulk walks (-Cr50), server CPU time per varbind, best of $runs runs of at least $min_varbinds varbinds"
+printf '%-10s %-26s %9s %12s %14s %7s\n' neighbours subtree varbinds "agent us/vb" "net-snmp us/vb" ratio
+for n in $sizes; do
+  scenario="$work/scenario-$n.yaml"
+  "$scengen" --nodes 4 --ports 48 --neighbours "$n" --agents 3 --extra-tlvs -o "$scenario"
+  start_agent "$scenario" 600
+  start_ref
+  for entry in "${subtrees[@]}"; do
+    read -r name oid <<<"$entry"
+    measure "$agent_pid" "$agent_port" "$oid"; agent_count=$count; agent_ns=$per_vb_ns
+    measure "$ref_pid" "$ref_port" "$oid"; ref_count=$count; ref_ns=$per_vb_ns
+    if ((agent_count != ref_count)); then
+      echo "  $name: the agent walked $agent_count varbinds, the reference $ref_count" >&2
+    fi
+    awk -v n="$n" -v name="$name" -v c="$agent_count" -v a="$agent_ns" -v r="$ref_ns" 'BEGIN {
+      ratio = "-"; if (r > 0) ratio = sprintf("%.2f", a / r)
+      printf "%-10s %-26s %9d %12.2f %14.2f %7s\n", n, name, c, a / 1000, r / 1000, ratio }'
+  done
+  stop_ref
+  stop_agent
 done
-stop_agent
-echo "best: $best varbinds/s"
+
+if [[ -x "$here/memory_bench.sh" ]]; then
+  echo
+  "$here/memory_bench.sh" --build "$build"
+fi
 
 ((profile)) || exit 0
 command -v valgrind >/dev/null || { echo "valgrind is not installed: no profile" >&2; exit 0; }
 
+# Instructions of one process between callgrind_control -z and -d, from the
+# newest dump of its output file.
+dumped_instructions() {
+  local newest
+  newest="$(ls -t "$1".* | head -1)"
+  awk '/^summary:/ { print $2 }' "$newest"
+}
+
+first="${sizes%% *}"
 echo
-echo "CPU time of the agent during one walk (callgrind, instructions by object file):"
-start_agent 120 valgrind --tool=callgrind --callgrind-out-file="$work/callgrind.out" --collect-atstart=no \
-  --toggle-collect='agent_check_and_process*'
-walk
+echo "instructions per varbind, $first neighbours (callgrind, one walk each; repeatable, unlike CPU time):"
+printf '%-26s %9s %14s %14s %7s\n' subtree varbinds agent net-snmp ratio
+start_agent "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-agent.out"
+start_ref valgrind --tool=callgrind --callgrind-out-file="$work/cg-ref.out"
+for entry in "${subtrees[@]}"; do
+  read -r name oid <<<"$entry"
+  for side in agent ref; do
+    if [[ $side == agent ]]; then pid=$agent_pid; p=$agent_port; else pid=$ref_pid; p=$ref_port; fi
+    callgrind_control -z "$pid" >/dev/null
+    n="$(walk "$p" "$oid")"
+    callgrind_control -d "$pid" >/dev/null
+    sleep 1
+    declare "${side}_n=$n" "${side}_i=$(dumped_instructions "$work/cg-$side.out")"
+  done
+  # The object split below is that of the first subtree's walk.
+  [[ -f "$work/callgrind.out" ]] || cp "$(ls -t "$work"/cg-agent.out.* | head -1)" "$work/callgrind.out"
+  awk -v name="$name" -v n="$agent_n" -v a="$agent_i" -v r="$ref_i" -v rn="$ref_n" 'BEGIN {
+    printf "%-26s %9d %14.0f %14.0f %7.2f\n", name, n, a / n, r / rn, (a / n) / (r / rn) }'
+done
+stop_ref
 stop_agent
 
+echo
+echo "the agent's instructions during the walk of lldpV2RemoteSystemsData, by object file:"
 # Self cost per object file: cost lines count for the object of the current
 # function, except the line after calls=, which is the callee's inclusive cost.
 awk '

@@ -3,6 +3,8 @@
 #include <net-snmp/net-snmp-config.h>
 #include <net-snmp/net-snmp-includes.h>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
@@ -80,6 +82,7 @@ bool ReadIndexColumn(const MIB_NODE_S *col, std::span<const uint32_t> arcs, size
     if (shape.form == IndexForm::Number) {
         if (!ValidIndexNumber(col, arcs[pos])) return false;
         value.number = arcs[pos++];
+        value.elements.clear();
         return true;
     }
     size_t len = shape.size;
@@ -88,6 +91,7 @@ bool ReadIndexColumn(const MIB_NODE_S *col, std::span<const uint32_t> arcs, size
         len = arcs[pos++];
     }
     bool octets = shape.form != IndexForm::ObjectId;
+    value.number = 0;
     value.elements.clear();
     while (value.elements.size() < len) {
         if (pos >= arcs.size()) {
@@ -114,38 +118,53 @@ IndexShape ShapeOf(const MIB_NODE_S *column) {
     return {IndexForm::Octets, 0};
 }
 
-std::optional<Index> DecodeInstance(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance) {
-    if (list == nullptr) return std::nullopt;
-    Index index(list->count);
+bool DecodeInstanceInto(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance, Index &out) {
+    if (list == nullptr) return false;
+    out.resize(list->count);
     size_t pos = 0;
     for (uint32_t i = 0; i < list->count; ++i) {
         bool truncated = false;
-        if (!ReadIndexColumn(list->columns[i], instance, pos, index[i], truncated)) return std::nullopt;
+        if (!ReadIndexColumn(list->columns[i], instance, pos, out[i], truncated)) return false;
     }
-    if (pos != instance.size()) return std::nullopt;
+    return pos == instance.size();
+}
+
+std::optional<Index> DecodeInstance(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance) {
+    Index index;
+    if (!DecodeInstanceInto(list, instance, index)) return std::nullopt;
     return index;
+}
+
+void DecodeStartInto(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance, StartIndex &out) {
+    out.padded = false;
+    size_t used = 0;  // columns of out.values filled
+    if (list != nullptr) {
+        size_t pos = 0;
+        for (uint32_t i = 0; i < list->count; ++i) {
+            if (out.values.size() <= used) out.values.resize(used + 1);
+            IndexValue &v = out.values[used];
+            v.number = 0;
+            bool truncated = false;
+            if (ReadIndexColumn(list->columns[i], instance, pos, v, truncated)) {
+                ++used;
+                continue;
+            }
+            if (truncated) {
+                IndexShape shape = ShapeOf(list->columns[i]);
+                size_t len = shape.form == IndexForm::FixedOctets ? shape.size : instance[pos - v.elements.size() - 1];
+                v.elements.resize(len, 0);
+                ++used;
+                out.padded = true;
+            }
+            break;
+        }
+    }
+    out.values.resize(used);
 }
 
 StartIndex DecodeStart(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance) {
     StartIndex start;
-    if (list == nullptr) return start;
-    size_t pos = 0;
-    for (uint32_t i = 0; i < list->count; ++i) {
-        IndexValue v;
-        bool truncated = false;
-        if (ReadIndexColumn(list->columns[i], instance, pos, v, truncated)) {
-            start.values.push_back(std::move(v));
-            continue;
-        }
-        if (truncated) {
-            IndexShape shape = ShapeOf(list->columns[i]);
-            size_t len = shape.form == IndexForm::FixedOctets ? shape.size : instance[pos - v.elements.size() - 1];
-            v.elements.resize(len, 0);
-            start.values.push_back(std::move(v));
-            start.padded = true;
-        }
-        break;
-    }
+    DecodeStartInto(list, instance, start);
     return start;
 }
 
@@ -188,8 +207,17 @@ void AddElements(lldpv2host::MorMessage &msg, const MIB_NODE_S *leaf, const std:
         lldpv2host::AddBytes(msg, leaf->morId, elements.data(), elements.size() * sizeof(uint32_t), MOR_TYPE_OID);
         return;
     }
-    std::vector<uint8_t> bytes(elements.begin(), elements.end());
-    lldpv2host::AddBytes(msg, leaf->morId, bytes.data(), bytes.size(), MorTypeOf(leaf));
+    // Octets narrowed from their sub-identifiers; on the stack for any index
+    // string the agent decodes.
+    std::array<uint8_t, kMaxOctets> shortBytes;
+    std::vector<uint8_t> longBytes;
+    uint8_t *bytes = shortBytes.data();
+    if (elements.size() > shortBytes.size()) {
+        longBytes.resize(elements.size());
+        bytes = longBytes.data();
+    }
+    std::copy(elements.begin(), elements.end(), bytes);
+    lldpv2host::AddBytes(msg, leaf->morId, bytes, elements.size(), MorTypeOf(leaf));
 }
 
 }  // namespace
@@ -205,26 +233,35 @@ void AddIndexParams(lldpv2host::MorMessage &msg, const MIB_INDEX_LIST_S *list, c
     }
 }
 
-std::optional<Index> IndexFromReply(const MIB_INDEX_LIST_S *list, const lldpv2host::MorMessage &reply) {
-    if (list == nullptr) return std::nullopt;
-    Index index(list->count);
+bool IndexFromReplyInto(const MIB_INDEX_LIST_S *list, const lldpv2host::MorMessage &reply, Index &out) {
+    if (list == nullptr) return false;
+    out.resize(list->count);
     for (uint32_t i = 0; i < list->count; ++i) {
         const MIB_NODE_S *col = list->columns[i];
         const lldpv2host::MorParam *p = lldpv2host::FindParam(reply, col->morId);
-        if (p == nullptr) return std::nullopt;
+        if (p == nullptr) return false;
         IndexShape shape = ShapeOf(col);
+        IndexValue &v = out[i];
+        v.number = 0;
         if (shape.form == IndexForm::Number) {
-            if (p->value.size() != sizeof(uint32_t)) return std::nullopt;
-            index[i].number = lldpv2host::ParamU32(*p);
+            if (p->value.size() != sizeof(uint32_t)) return false;
+            v.number = lldpv2host::ParamU32(*p);
+            v.elements.clear();
         } else if (shape.form == IndexForm::ObjectId) {
-            if (p->value.size() % sizeof(uint32_t) != 0) return std::nullopt;
-            index[i].elements.resize(p->value.size() / sizeof(uint32_t));
-            std::memcpy(index[i].elements.data(), p->value.data(), p->value.size());
+            if (p->value.size() % sizeof(uint32_t) != 0) return false;
+            v.elements.resize(p->value.size() / sizeof(uint32_t));
+            if (!p->value.empty()) std::memcpy(v.elements.data(), p->value.data(), p->value.size());
         } else {
-            if (shape.form == IndexForm::FixedOctets && p->value.size() != shape.size) return std::nullopt;
-            index[i].elements.assign(p->value.begin(), p->value.end());
+            if (shape.form == IndexForm::FixedOctets && p->value.size() != shape.size) return false;
+            v.elements.assign(p->value.begin(), p->value.end());
         }
     }
+    return true;
+}
+
+std::optional<Index> IndexFromReply(const MIB_INDEX_LIST_S *list, const lldpv2host::MorMessage &reply) {
+    Index index;
+    if (!IndexFromReplyInto(list, reply, index)) return std::nullopt;
     return index;
 }
 
@@ -248,23 +285,31 @@ unsigned char AsnTypeOf(const MIB_NODE_S *leaf) {
     }
 }
 
-std::optional<SnmpValue> ValueFromParam(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param) {
-    SnmpValue v;
-    v.type = AsnTypeOf(leaf);
+bool ValueFromParamInto(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param, SnmpValue &out) {
+    out.type = AsnTypeOf(leaf);
+    out.number = 0;
+    out.octets.clear();
+    out.objectId.clear();
     uint32_t code = SyntaxCode(leaf);
     if (code == MIB_SYNTAX_OID) {
         if (param.value.size() % sizeof(uint32_t) != 0 || param.value.size() / sizeof(uint32_t) > kMaxSubIds) {
-            return std::nullopt;
+            return false;
         }
-        v.objectId.resize(param.value.size() / sizeof(uint32_t));
-        std::memcpy(v.objectId.data(), param.value.data(), param.value.size());
+        out.objectId.resize(param.value.size() / sizeof(uint32_t));
+        if (!param.value.empty()) std::memcpy(out.objectId.data(), param.value.data(), param.value.size());
     } else if (IsStringLike(code)) {
-        v.octets = param.value;
+        out.octets.assign(param.value.begin(), param.value.end());
     } else {
-        if (param.value.size() != sizeof(uint32_t)) return std::nullopt;
+        if (param.value.size() != sizeof(uint32_t)) return false;
         uint32_t raw = lldpv2host::ParamU32(param);
-        v.number = IsSigned(code) ? static_cast<int64_t>(static_cast<int32_t>(raw)) : raw;
+        out.number = IsSigned(code) ? static_cast<int64_t>(static_cast<int32_t>(raw)) : raw;
     }
+    return true;
+}
+
+std::optional<SnmpValue> ValueFromParam(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param) {
+    SnmpValue v;
+    if (!ValueFromParamInto(leaf, param, v)) return std::nullopt;
     return v;
 }
 

@@ -41,6 +41,9 @@ using Index = std::vector<IndexValue>;
 // Decodes a whole instance: every index column present, valid for its
 // syntax, and nothing left over. Nullopt otherwise.
 std::optional<Index> DecodeInstance(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance);
+// The same into out, whose buffers are reused; false (out unspecified) where
+// DecodeInstance answers nullopt.
+bool DecodeInstanceInto(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance, Index &out);
 
 // Where a get-next starts inside a table: the index columns as far as the
 // instance gives valid values. A string cut short is completed with zero
@@ -51,6 +54,8 @@ struct StartIndex {
     bool padded = false;
 };
 StartIndex DecodeStart(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance);
+// The same into out, whose buffers are reused.
+void DecodeStartInto(const MIB_INDEX_LIST_S *list, std::span<const uint32_t> instance, StartIndex &out);
 
 // Appends the instance arcs of index to out (index must hold every column).
 void EncodeInstance(const MIB_INDEX_LIST_S *list, const Index &index, Oid &out);
@@ -65,6 +70,9 @@ void AddIndexParams(lldpv2host::MorMessage &msg, const MIB_INDEX_LIST_S *list, c
 // Reads the index of the row a get-next reply names from the reply's index
 // parameters. Nullopt when one is missing or malformed.
 std::optional<Index> IndexFromReply(const MIB_INDEX_LIST_S *list, const lldpv2host::MorMessage &reply);
+// The same into out, whose buffers are reused; false where IndexFromReply
+// answers nullopt.
+bool IndexFromReplyInto(const MIB_INDEX_LIST_S *list, const lldpv2host::MorMessage &reply, Index &out);
 
 // An SNMP value as net-snmp takes it.
 struct SnmpValue {
@@ -81,6 +89,9 @@ unsigned char AsnTypeOf(const MIB_NODE_S *leaf);
 // parameter does not fit the syntax (an integer that is not 4 bytes, an
 // object identifier that is not whole sub-identifiers).
 std::optional<SnmpValue> ValueFromParam(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param);
+// The same into out, whose buffers are reused; false where ValueFromParam
+// answers nullopt.
+bool ValueFromParamInto(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param, SnmpValue &out);
 
 // Checks a set value against the leaf's access, type, size and range.
 // Returns 0 (SNMP_ERR_NOERROR) or the SNMP error: notWritable, wrongType,

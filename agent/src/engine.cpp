@@ -127,114 +127,129 @@ uint32_t Engine::Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2
     return status;
 }
 
-GetResult Engine::ReadLeaf(const MIB_NODE_S *leaf, const Index *index) {
-    GetResult result;
-    lldpv2host::MorMessage request = lldpv2host::MakeRequest(MOR_OP_GET, TableOf(leaf->morId));
-    if (index != nullptr) AddIndexParams(request, leaf->indexList, *index);
-    lldpv2host::AddColumn(request, leaf->morId);
-    lldpv2host::MorMessage reply;
-    uint32_t status = Send(ModuleOf(leaf->morId), request, reply);
+Engine::IndexBuffers &Engine::BuffersFor(const MIB_INDEX_LIST_S *list) {
+    if (list != lastList_ || lastBuffers_ == nullptr) {
+        lastBuffers_ = &indexBuffers_[list];
+        lastList_ = list;
+    }
+    return *lastBuffers_;
+}
+
+void Engine::ReadLeaf(const MIB_NODE_S *leaf, const Index *index, GetResult &result) {
+    result.exception = 0;
+    result.failed = false;
+    lldpv2host::Reuse(request_, MOR_OP_GET, TableOf(leaf->morId));
+    if (index != nullptr) AddIndexParams(request_, leaf->indexList, *index);
+    lldpv2host::AddColumn(request_, leaf->morId);
+    uint32_t status = Send(ModuleOf(leaf->morId), request_, reply_);
     if (status != 0) {
         result.exception = GetExceptionOf(status);
         result.failed = result.exception == 0;
         if (result.failed) snmp_log(LOG_WARNING, "get of %s failed: 0x%X\n", leaf->name, status);
-        return result;
+        return;
     }
-    const lldpv2host::MorParam *param = lldpv2host::FindParam(reply, leaf->morId);
+    const lldpv2host::MorParam *param = lldpv2host::FindParam(reply_, leaf->morId);
     if (param == nullptr) {
         result.exception = SNMP_NOSUCHINSTANCE;
-        return result;
+        return;
     }
-    std::optional<SnmpValue> value = ValueFromParam(leaf, *param);
-    if (!value) {
+    if (!ValueFromParamInto(leaf, *param, result.value)) {
         snmp_log(LOG_WARNING, "reply for %s does not fit its syntax: %s\n", leaf->name,
-                 lldpv2host::Describe(reply).c_str());
+                 lldpv2host::Describe(reply_).c_str());
         result.failed = true;
-        return result;
     }
-    result.value = std::move(*value);
-    return result;
 }
 
 GetResult Engine::Get(const MibTree &tree, std::span<const uint32_t> oid) {
     GetResult result;
+    Get(tree, oid, result);
+    return result;
+}
+
+void Engine::Get(const MibTree &tree, std::span<const uint32_t> oid, GetResult &result) {
+    result.exception = 0;
+    result.failed = false;
     Location loc = tree.Locate(oid);
     if (!loc.inTree || !IsServedLeaf(loc.node)) {
         result.exception = SNMP_NOSUCHOBJECT;
-        return result;
+        return;
     }
     const MIB_NODE_S *leaf = loc.node;
     std::span<const uint32_t> instance = oid.subspan(loc.depth);
     if (IsScalar(leaf)) {
         if (instance.size() != 1 || instance[0] != 0) {
             result.exception = SNMP_NOSUCHINSTANCE;
-            return result;
+            return;
         }
-        return ReadLeaf(leaf, nullptr);
+        ReadLeaf(leaf, nullptr, result);
+        return;
     }
-    std::optional<Index> index = DecodeInstance(leaf->indexList, instance);
-    if (!index) {
-        result.exception = leaf->indexList != nullptr ? SNMP_NOSUCHINSTANCE : SNMP_NOSUCHOBJECT;
-        return result;
+    if (leaf->indexList == nullptr) {
+        result.exception = SNMP_NOSUCHOBJECT;
+        return;
     }
-    return ReadLeaf(leaf, &*index);
+    Index &index = BuffersFor(leaf->indexList).index;
+    if (!DecodeInstanceInto(leaf->indexList, instance, index)) {
+        result.exception = SNMP_NOSUCHINSTANCE;
+        return;
+    }
+    ReadLeaf(leaf, &index, result);
 }
 
-NextResult Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
-                                WalkStep &step) {
-    NextResult result;
+void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
+                          WalkStep &step, NextResult &result) {
+    result.status = NextResult::End;
     const MIB_INDEX_LIST_S *list = leaf->indexList;
     if (list == nullptr) {
         step = WalkStep::NextLeaf;
-        return result;
+        return;
     }
     const Oid &leafOid = tree.OidOf(leaf);
-    Oid asked = leafOid;
-    asked.insert(asked.end(), instance.begin(), instance.end());
+    IndexBuffers &buffers = BuffersFor(list);
+    StartIndex &start = buffers.start;
+    Index &found = buffers.found;
 
-    StartIndex start = instance.empty() ? StartIndex{} : DecodeStart(list, instance);
+    DecodeStartInto(list, instance, start);
     if (start.padded && start.values.size() == list->count) {
         // The smallest index that the cut-short instance prefixes follows
         // the instance itself, and a get-next from it would pass it by.
-        GetResult exact = ReadLeaf(leaf, &start.values);
-        if (!exact.failed && exact.exception == 0) {
+        ReadLeaf(leaf, &start.values, exact_);
+        if (!exact_.failed && exact_.exception == 0) {
             result.status = NextResult::Found;
             result.oid = leafOid;
             EncodeInstance(list, start.values, result.oid);
-            result.value = std::move(exact.value);
-            return result;
+            std::swap(result.value, exact_.value);
+            return;
         }
     }
 
-    Index from = std::move(start.values);
+    Index &from = start.values;
     for (int skipped = 0; skipped < kMaxSkippedRows; ++skipped) {
-        lldpv2host::MorMessage request = lldpv2host::MakeRequest(MOR_OP_GETNEXT, TableOf(leaf->morId));
-        AddIndexParams(request, list, from);
-        lldpv2host::AddColumn(request, leaf->morId);
-        lldpv2host::MorMessage reply;
-        uint32_t status = Send(ModuleOf(leaf->morId), request, reply);
+        lldpv2host::Reuse(request_, MOR_OP_GETNEXT, TableOf(leaf->morId));
+        AddIndexParams(request_, list, from);
+        lldpv2host::AddColumn(request_, leaf->morId);
+        uint32_t status = Send(ModuleOf(leaf->morId), request_, reply_);
         if (status != 0) {
             step = WalkStepOf(status);
             if (step == WalkStep::Fail) {
                 snmp_log(LOG_WARNING, "get-next of %s failed: 0x%X\n", leaf->name, status);
                 result.status = NextResult::Failed;
             }
-            return result;
+            return;
         }
-        std::optional<Index> found = IndexFromReply(list, reply);
-        const lldpv2host::MorParam *param = lldpv2host::FindParam(reply, leaf->morId);
-        std::optional<SnmpValue> value;
-        if (param != nullptr) value = ValueFromParam(leaf, *param);
-        if (!found || !value) {
+        bool indexed = IndexFromReplyInto(list, reply_, found);
+        const lldpv2host::MorParam *param = lldpv2host::FindParam(reply_, leaf->morId);
+        bool value = indexed && param != nullptr && ValueFromParamInto(leaf, *param, result.value);
+        if (!indexed || !value) {
             snmp_log(LOG_WARNING, "get-next reply for %s lacks its index or value: %s\n", leaf->name,
-                     lldpv2host::Describe(reply).c_str());
+                     lldpv2host::Describe(reply_).c_str());
             result.status = NextResult::Failed;
-            return result;
+            return;
         }
-        Oid oid = leafOid;
-        EncodeInstance(list, *found, oid);
-        bool valid = DecodeInstance(list, std::span<const uint32_t>(oid).subspan(leafOid.size())).has_value();
-        if (!valid) {
+        result.oid = leafOid;
+        EncodeInstance(list, found, result.oid);
+        std::span<const uint32_t> foundInstance = std::span<const uint32_t>(result.oid).subspan(leafOid.size());
+        if (!DecodeInstanceInto(list, foundInstance, buffers.check)) {
             // An index its own syntax refuses could not be asked for by get:
             // the row is passed over so that walk and get agree (the VLAN id
             // 0 rows of the VLAN transmit tables, DCBX application rows of
@@ -243,32 +258,38 @@ NextResult Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std
             skips_.Skipped(table != nullptr ? table->name : leaf->name);
             if (LogEnabled(LOG_DEBUG)) {
                 snmp_log(LOG_DEBUG, "get-next reply for %s names an instance outside its index syntax: %s\n",
-                         leaf->name, lldpv2host::Describe(reply).c_str());
+                         leaf->name, lldpv2host::Describe(reply_).c_str());
             }
-        } else if (CompareOid(oid, asked) > 0) {
+        } else if (CompareOid(foundInstance, instance) > 0) {
+            // Both instances follow the leaf's OID: comparing them compares
+            // the whole OIDs.
             result.status = NextResult::Found;
-            result.oid = std::move(oid);
-            result.value = std::move(*value);
-            return result;
+            return;
         }
-        if (*found == from) break;  // no progress: the module repeats itself
-        from = std::move(*found);
+        if (found == from) break;  // no progress: the module repeats itself
+        std::swap(from, found);
     }
     step = WalkStep::NextLeaf;
-    return result;
 }
 
 NextResult Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
                            std::span<const uint32_t> limit) {
     NextResult result;
+    GetNext(tree, oid, inclusive, limit, result);
+    return result;
+}
+
+void Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
+                     std::span<const uint32_t> limit, NextResult &result) {
+    result.status = NextResult::End;
     MibTree::Start start = tree.StartOf(oid);
     if (inclusive && start.leaf != nullptr && !start.instance.empty()) {
-        GetResult exact = Get(tree, oid);
-        if (exact.exception == 0 && !exact.failed) {
+        Get(tree, oid, exact_);
+        if (exact_.exception == 0 && !exact_.failed) {
             result.status = NextResult::Found;
             result.oid.assign(oid.begin(), oid.end());
-            result.value = std::move(exact.value);
-            return result;
+            std::swap(result.value, exact_.value);
+            return;
         }
     }
     const MIB_NODE_S *leaf = start.leaf;
@@ -283,23 +304,23 @@ NextResult Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, b
             // A scalar has the one instance .0, which follows only the bare
             // scalar OID.
             if (instance.empty()) {
-                GetResult r = ReadLeaf(leaf, nullptr);
-                if (r.failed) {
+                ReadLeaf(leaf, nullptr, exact_);
+                if (exact_.failed) {
                     result.status = NextResult::Failed;
-                    return result;
+                    return;
                 }
-                if (r.exception == 0) {
+                if (exact_.exception == 0) {
                     result.status = NextResult::Found;
                     result.oid = leafOid;
                     result.oid.push_back(0);
-                    result.value = std::move(r.value);
-                    return result;
+                    std::swap(result.value, exact_.value);
+                    return;
                 }
-                if (r.exception == SNMP_NOSUCHOBJECT) step = WalkStep::SkipTable;
+                if (exact_.exception == SNMP_NOSUCHOBJECT) step = WalkStep::SkipTable;
             }
         } else {
-            NextResult r = NextInColumn(tree, leaf, instance, step);
-            if (r.status != NextResult::End) return r;
+            NextInColumn(tree, leaf, instance, step, result);
+            if (result.status != NextResult::End) return;
         }
         const MIB_NODE_S *next = leaf->nextLeaf;
         if (step == WalkStep::SkipTable) {
@@ -314,7 +335,6 @@ NextResult Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, b
         leaf = next;
         instance = {};
     }
-    return result;
 }
 
 int Engine::ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const SnmpValue &value,
@@ -335,7 +355,9 @@ int Engine::ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const
 }
 
 GetResult Engine::Read(const SetTarget &target) {
-    return ReadLeaf(target.leaf, IsScalar(target.leaf) ? nullptr : &target.index);
+    GetResult result;
+    ReadLeaf(target.leaf, IsScalar(target.leaf) ? nullptr : &target.index, result);
+    return result;
 }
 
 bool Engine::RowsWithPrefix(const MIB_NODE_S *leaf, const Index &prefix, size_t limit,

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <unordered_map>
 #include <vector>
 
 #include "codec.h"
@@ -86,11 +87,18 @@ public:
     explicit Engine(DeliverFn deliver);
 
     GetResult Get(const MibTree &tree, std::span<const uint32_t> oid);
+    // The same into result, whose buffers are reused: with the engine's own
+    // request, reply and index buffers, a get allocates nothing once they
+    // have grown to fit.
+    void Get(const MibTree &tree, std::span<const uint32_t> oid, GetResult &result);
 
     // The first served instance after oid (at or after it when inclusive),
     // stopping before limit (empty: no limit).
     NextResult GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
                        std::span<const uint32_t> limit);
+    // The same into result, whose buffers are reused.
+    void GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive, std::span<const uint32_t> limit,
+                 NextResult &result);
 
     // Resolves and checks one set varbind; 0 or the SNMP error.
     int ResolveSet(const MibTree &tree, std::span<const uint32_t> oid, const SnmpValue &value, SetTarget &target);
@@ -109,12 +117,31 @@ public:
 
 private:
     uint32_t Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2host::MorMessage &reply);
-    GetResult ReadLeaf(const MIB_NODE_S *leaf, const Index *index);
-    NextResult NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
-                            WalkStep &step);
+    void ReadLeaf(const MIB_NODE_S *leaf, const Index *index, GetResult &result);
+    void NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span<const uint32_t> instance,
+                      WalkStep &step, NextResult &result);
 
     DeliverFn deliver_;
     SkipLog skips_;
+    // The index buffers of one table: the decoded and replied indexes of a
+    // get or get-next on it. Kept per table, so that a walk passing from one
+    // table to another with more index columns does not grow them again.
+    struct IndexBuffers {
+        Index index;
+        StartIndex start;
+        Index found;
+        Index check;
+    };
+    IndexBuffers &BuffersFor(const MIB_INDEX_LIST_S *list);
+
+    // Reused by every get and get-next (one at a time): the MOR messages,
+    // the index buffers and an exact read inside a get-next.
+    lldpv2host::MorMessage request_;
+    lldpv2host::MorMessage reply_;
+    std::unordered_map<const MIB_INDEX_LIST_S *, IndexBuffers> indexBuffers_;
+    const MIB_INDEX_LIST_S *lastList_ = nullptr;
+    IndexBuffers *lastBuffers_ = nullptr;
+    GetResult exact_;
 };
 
 }  // namespace lldpv2agent

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <type_traits>
 
 #include "set_undo.h"
 
@@ -15,6 +16,10 @@ namespace lldpv2agent {
 namespace {
 
 Oid ToOid(const oid *name, size_t len) { return Oid(name, name + len); }
+
+void AssignOid(Oid &out, const oid *name, size_t len) { out.assign(name, name + len); }
+
+static_assert(std::is_same_v<oid, unsigned long>, "Server::Buffers::arcs holds net-snmp's oid");
 
 std::vector<oid> ToNetsnmp(const Oid &o) { return std::vector<oid>(o.begin(), o.end()); }
 
@@ -52,13 +57,14 @@ SnmpValue ValueOfVarbind(const netsnmp_variable_list *vb) {
     return v;
 }
 
-void SetVarbindValue(netsnmp_variable_list *vb, const SnmpValue &v) {
+// arcs: a buffer for an object identifier value in net-snmp's form.
+void SetVarbindValue(netsnmp_variable_list *vb, const SnmpValue &v, std::vector<oid> &arcs) {
     switch (v.type) {
         case ASN_OCTET_STR:
             snmp_set_var_typed_value(vb, v.type, v.octets.data(), v.octets.size());
             break;
         case ASN_OBJECT_ID: {
-            std::vector<oid> arcs(v.objectId.begin(), v.objectId.end());
+            arcs.assign(v.objectId.begin(), v.objectId.end());
             snmp_set_var_typed_value(vb, v.type, arcs.data(), arcs.size() * sizeof(oid));
             break;
         }
@@ -95,36 +101,37 @@ std::string SetStateKey(const netsnmp_request_info *requests) {
     return key;
 }
 
-void HandleGet(Engine &engine, const MibTree &tree, netsnmp_agent_request_info *reqinfo,
+void HandleGet(Engine &engine, Server::Buffers &buf, const MibTree &tree, netsnmp_agent_request_info *reqinfo,
                netsnmp_request_info *requests) {
     for (netsnmp_request_info *r = requests; r != nullptr; r = r->next) {
         if (r->processed) continue;
-        Oid name = ToOid(r->requestvb->name, r->requestvb->name_length);
-        GetResult result = engine.Get(tree, name);
-        if (result.failed) {
+        AssignOid(buf.name, r->requestvb->name, r->requestvb->name_length);
+        engine.Get(tree, buf.name, buf.get);
+        if (buf.get.failed) {
             netsnmp_set_request_error(reqinfo, r, SNMP_ERR_GENERR);
-        } else if (result.exception != 0) {
-            netsnmp_set_request_error(reqinfo, r, result.exception);
+        } else if (buf.get.exception != 0) {
+            netsnmp_set_request_error(reqinfo, r, buf.get.exception);
         } else {
-            SetVarbindValue(r->requestvb, result.value);
+            SetVarbindValue(r->requestvb, buf.get.value, buf.arcs);
         }
     }
 }
 
-void HandleGetNext(Engine &engine, const MibTree &tree, netsnmp_agent_request_info *reqinfo,
+void HandleGetNext(Engine &engine, Server::Buffers &buf, const MibTree &tree, netsnmp_agent_request_info *reqinfo,
                    netsnmp_request_info *requests) {
     for (netsnmp_request_info *r = requests; r != nullptr; r = r->next) {
         if (r->processed) continue;
-        Oid name = ToOid(r->requestvb->name, r->requestvb->name_length);
-        Oid limit;
-        if (r->range_end != nullptr) limit = ToOid(r->range_end, r->range_end_len);
-        NextResult result = engine.GetNext(tree, name, r->inclusive != 0, limit);
+        AssignOid(buf.name, r->requestvb->name, r->requestvb->name_length);
+        buf.limit.clear();
+        if (r->range_end != nullptr) AssignOid(buf.limit, r->range_end, r->range_end_len);
+        NextResult &result = buf.next;
+        engine.GetNext(tree, buf.name, r->inclusive != 0, buf.limit, result);
         if (result.status == NextResult::Failed) {
             netsnmp_set_request_error(reqinfo, r, SNMP_ERR_GENERR);
         } else if (result.status == NextResult::Found) {
-            std::vector<oid> o = ToNetsnmp(result.oid);
-            snmp_set_var_objid(r->requestvb, o.data(), o.size());
-            SetVarbindValue(r->requestvb, result.value);
+            buf.arcs.assign(result.oid.begin(), result.oid.end());
+            snmp_set_var_objid(r->requestvb, buf.arcs.data(), buf.arcs.size());
+            SetVarbindValue(r->requestvb, result.value, buf.arcs);
         }
         // Nothing found: the varbind stays untouched and net-snmp goes on
         // with the next registered subtree.
@@ -208,10 +215,10 @@ int Handle(netsnmp_mib_handler *handler, netsnmp_handler_registration * /*reg*/,
     Engine &engine = ctx->server->engine();
     switch (reqinfo->mode) {
         case MODE_GET:
-            HandleGet(engine, *ctx->tree, reqinfo, requests);
+            HandleGet(engine, ctx->server->buffers(), *ctx->tree, reqinfo, requests);
             break;
         case MODE_GETNEXT:
-            HandleGetNext(engine, *ctx->tree, reqinfo, requests);
+            HandleGetNext(engine, ctx->server->buffers(), *ctx->tree, reqinfo, requests);
             break;
         case MODE_SET_RESERVE1:
             SetReserve1(engine, *ctx->tree, reqinfo, requests);

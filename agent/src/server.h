@@ -42,6 +42,16 @@ public:
 
     Engine &engine() { return engine_; }
 
+    // What the get and get-next handlers reuse from one varbind to the next.
+    struct Buffers {
+        Oid name;
+        Oid limit;
+        GetResult get;
+        NextResult next;
+        std::vector<unsigned long> arcs;  // net-snmp's oid
+    };
+    Buffers &buffers() { return buffers_; }
+
 private:
     struct Registration {
         ServedSubtree subtree;
@@ -53,6 +63,7 @@ private:
     bool Register(const ServedSubtree &subtree);
 
     Engine engine_;
+    Buffers buffers_;
     bool attached_ = false;
     std::vector<std::unique_ptr<MibTree>> trees_;  // in registration order
     std::vector<Registration> registrations_;

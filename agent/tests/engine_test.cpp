@@ -157,6 +157,38 @@ TEST_F(EngineTest, GetAnswers) {
     }
 }
 
+TEST_F(EngineTest, ReusedResultsAnswerAsFreshOnes) {
+    // One result carried through a whole walk and the gets of what it
+    // found, as the agent's handlers reuse theirs: nothing of the instance
+    // before (a number, octets) is left in the next answer.
+    auto expectSame = [](const lldpv2agent::SnmpValue &a, const lldpv2agent::SnmpValue &b, const Oid &at) {
+        EXPECT_EQ(a.type, b.type) << lldpv2agent::OidToString(at);
+        EXPECT_EQ(a.number, b.number) << lldpv2agent::OidToString(at);
+        EXPECT_EQ(a.octets, b.octets) << lldpv2agent::OidToString(at);
+        EXPECT_EQ(a.objectId, b.objectId) << lldpv2agent::OidToString(at);
+    };
+    NextResult next;
+    lldpv2agent::GetResult got;
+    Oid from = {1};
+    size_t found = 0;
+    for (int guard = 0; guard < 100; ++guard) {
+        const NextResult fresh = engine.GetNext(tree, from, false, {});
+        engine.GetNext(tree, from, false, {}, next);
+        ASSERT_EQ(next.status, fresh.status);
+        if (fresh.status != NextResult::Found) break;
+        ++found;
+        EXPECT_EQ(next.oid, fresh.oid);
+        expectSame(next.value, fresh.value, fresh.oid);
+        const lldpv2agent::GetResult freshGot = engine.Get(tree, fresh.oid);
+        engine.Get(tree, fresh.oid, got);
+        EXPECT_EQ(got.exception, freshGot.exception);
+        EXPECT_EQ(got.failed, freshGot.failed);
+        expectSame(got.value, fresh.value, fresh.oid);
+        from = fresh.oid;
+    }
+    EXPECT_EQ(found, 10u);
+}
+
 TEST(MorCodes, MappedToSnmp) {
     struct Case {
         uint32_t code;

@@ -126,10 +126,20 @@ void IF_SelectCondition_Set(uint32_t condition, IF_SELECT_S *selection) {
 
 IF_ITERATOR IF_IteratorInitialize(uint32_t ifIndex, IF_SELECT_S * /*selection*/) {
     if (TraceCall("IF_IteratorInitialize", ifIndex) != 0) return nullptr;
-    auto *it = new IF_ITERATOR_S{ifIndex};
     Switch &sw = Switch::Get();
     std::unique_lock guard(sw.lock);
-    sw.iterators.insert(it);
+    IF_ITERATOR_S *it = nullptr;
+    if (!sw.freeIterators.empty()) {
+        it = sw.freeIterators.back();
+        sw.freeIterators.pop_back();
+    } else {
+        it = new IF_ITERATOR_S;
+        sw.iterators.insert(it);
+        sw.freeIterators.reserve(sw.iterators.size());
+    }
+    it->start = ifIndex;
+    it->live = true;
+    ++sw.liveIterators;
     return it;
 }
 
@@ -138,7 +148,7 @@ uint32_t IF_GetNextIfIndexByIfSelect(IF_SELECT_S *selection, IF_ITERATOR iterato
     if (selection == nullptr) return 0;
     Switch &sw = Switch::Get();
     std::shared_lock guard(sw.lock);
-    if (!sw.iterators.contains(iterator)) return 0;
+    if (!sw.IsLive(iterator)) return 0;
     // The smallest match over the selected types: per type, the first
     // interface above ifIndex that meets the selection.
     uint32_t best = 0;
@@ -166,7 +176,11 @@ void IF_IteratorFinalize(IF_ITERATOR *iterator) {
         std::unique_lock guard(sw.lock);
         // A handle that is not live (finalized twice, or never made here)
         // is left alone rather than freed.
-        if (sw.iterators.erase(*iterator) == 1) delete *iterator;
+        if (sw.IsLive(*iterator)) {
+            (*iterator)->live = false;
+            --sw.liveIterators;
+            sw.freeIterators.push_back(*iterator);
+        }
     }
     *iterator = nullptr;
 }

@@ -34,45 +34,76 @@ bool IsIntegerType(uint32_t type) {
            type == MOR_TYPE_TIMEMARK || type == kMorTypeEchoedIndex;
 }
 
-void PutU32(std::vector<uint8_t> &out, uint32_t v) {
-    out.resize(sizeof v);
-    std::memcpy(out.data(), &v, sizeof v);
+// Smallest value buffer a parameter gets when no spare one is left: room
+// for a number, an address or a short string, so that a reused message
+// rarely grows a buffer again.
+constexpr size_t kMinValueCapacity = 64;
+
+// Appends a parameter with an empty value, its value buffer taken from the
+// message's spares when it has any.
+MorParam &NewParam(MorMessage &msg, uint32_t morId, uint32_t type, size_t len) {
+    MorParam &p = msg.params.emplace_back();
+    p.morId = morId;
+    p.type = type;
+    auto &spare = msg.spare.buffers;
+    if (!spare.empty()) {
+        p.value = std::move(spare.back());
+        spare.pop_back();
+        p.value.clear();
+    }
+    if (p.value.capacity() < len) p.value.reserve(std::max(len, kMinValueCapacity));
+    return p;
+}
+
+// Empties msg, keeping its parameters' value buffers as spares (in reverse,
+// so that the next first parameter takes the last first parameter's).
+void Empty(MorMessage &msg) {
+    auto &spare = msg.spare.buffers;
+    for (auto it = msg.params.rbegin(); it != msg.params.rend(); ++it) {
+        if (it->value.capacity() != 0) spare.push_back(std::move(it->value));
+    }
+    msg.params.clear();
+    msg.opType = 0;
+    msg.tableId = 0;
+    msg.tableIdSet = false;
+    msg.errorCode = 0;
+    msg.errorIndex = 0;
+    msg.hasError = false;
+    msg.errorCount = 0;
+    msg.cursor = 0;
 }
 
 }  // namespace
 
 MorMessage MakeRequest(uint32_t opType, uint32_t tableId) {
     MorMessage msg;
-    msg.opType = opType;
-    msg.tableId = tableId;
-    msg.tableIdSet = true;
+    Reuse(msg, opType, tableId);
     return msg;
 }
 
+void Reuse(MorMessage &msg, uint32_t opType, uint32_t tableId) {
+    Empty(msg);
+    msg.opType = opType;
+    msg.tableId = tableId;
+    msg.tableIdSet = true;
+}
+
 void AddUint32(MorMessage &msg, uint32_t morId, uint32_t value, uint32_t type) {
-    MorParam p;
-    p.morId = morId;
-    p.type = type;
-    PutU32(p.value, value);
-    msg.params.push_back(std::move(p));
+    MorParam &p = NewParam(msg, morId, type, sizeof value);
+    uint8_t bytes[sizeof value];
+    std::memcpy(bytes, &value, sizeof value);
+    p.value.assign(bytes, bytes + sizeof value);
 }
 
 void AddBytes(MorMessage &msg, uint32_t morId, const void *data, size_t len, uint32_t type) {
-    MorParam p;
-    p.morId = morId;
-    p.type = type;
+    MorParam &p = NewParam(msg, morId, type, len);
     if (len > 0) {
         const auto *bytes = static_cast<const uint8_t *>(data);
         p.value.assign(bytes, bytes + len);
     }
-    msg.params.push_back(std::move(p));
 }
 
-void AddColumn(MorMessage &msg, uint32_t morId) {
-    MorParam p;
-    p.morId = morId;
-    msg.params.push_back(std::move(p));
-}
+void AddColumn(MorMessage &msg, uint32_t morId) { NewParam(msg, morId, 0, 0); }
 
 uint32_t ParamU32(const MorParam &p) {
     uint32_t v = 0;
@@ -115,7 +146,7 @@ std::string Describe(const MorMessage &msg) {
 }
 
 uint32_t Deliver(uint32_t moduleId, MorMessage &request, MorMessage &reply) {
-    reply = MorMessage{};
+    Empty(reply);
     reply.opType = request.opType;
     reply.tableId = request.tableId;
     reply.tableIdSet = request.tableIdSet;

@@ -220,7 +220,7 @@ bool ServiceStarted(uint16_t unit) {
 size_t LiveIterators() {
     Switch &sw = Switch::Get();
     std::shared_lock guard(sw.lock);
-    return sw.iterators.size();
+    return sw.liveIterators;
 }
 
 bool Attach(uint16_t node, const std::string &key, std::shared_ptr<NodeAttachment> state) {

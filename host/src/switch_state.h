@@ -9,12 +9,14 @@
 #include <set>
 #include <shared_mutex>
 #include <string>
+#include <vector>
 
 #include "lldpv2/ifm.h"
 #include "lldpv2host/switch.h"
 
 struct IF_ITERATOR_S {
     uint32_t start = 0;  // the ifIndex it was made for
+    bool live = false;   // handed out and not finalized yet
 };
 
 namespace lldpv2host {
@@ -43,7 +45,13 @@ public:
     uint32_t localUnit = 1;
     std::set<uint16_t> startedUnits{1};
 
+    // Every iterator ever made; finalized ones wait in freeIterators for the
+    // next IF_IteratorInitialize, so that walking a port table allocates
+    // nothing once a few iterators exist. A handle is valid while live.
     std::set<IF_ITERATOR_S *> iterators;
+    std::vector<IF_ITERATOR_S *> freeIterators;
+    size_t liveIterators = 0;
+    bool IsLive(IF_ITERATOR_S *it) const { return it != nullptr && iterators.contains(it) && it->live; }
 
     std::map<uint64_t, std::shared_ptr<const SwitchObserver>> observers;
     uint64_t nextObserverId = 1;

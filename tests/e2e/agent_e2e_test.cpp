@@ -48,7 +48,7 @@ bool StartsWith(const Oid &oid, const Oid &prefix) {
 
 std::string Text(const Oid &oid) {
     std::string s;
-    for (unsigned long a : oid) s += "." + std::to_string(a);
+    for (unsigned long a : oid) s.append(".").append(std::to_string(a));
     return s;
 }
 

@@ -29,7 +29,7 @@ const Oid kStats = {1, 3, 111, 2, 802, 1, 1, 13, 1, 2};
 
 std::string Dotted(const Oid &oid) {
     std::string s;
-    for (unsigned long a : oid) s += "." + std::to_string(a);
+    for (unsigned long a : oid) s.append(".").append(std::to_string(a));
     return s;
 }
 
@@ -60,7 +60,7 @@ std::vector<uint8_t> Frame(unsigned n, uint16_t ttl) {
     std::vector<uint8_t> chassis = {4};
     chassis.insert(chassis.end(), mac.begin(), mac.end());
     PutTlv(f, 1, chassis);
-    const std::string port = "p" + std::to_string(n);
+    const std::string port = std::string("p").append(std::to_string(n));
     std::vector<uint8_t> portId = {7};
     portId.insert(portId.end(), port.begin(), port.end());
     PutTlv(f, 2, portId);

@@ -142,7 +142,7 @@ ToolRun SnmpTools::Run(const std::string &tool, const std::vector<std::string> &
     std::string cmd = "env SNMPCONFPATH=" + ShellQuote(clientDir_) + " SNMP_PERSISTENT_DIR=" + ShellQuote(clientDir_) +
                       " MIBS= timeout " + std::to_string(timeoutSeconds) + " " + tool + " -M " + ShellQuote(mibsDir_) +
                       " -m " + kMibModules + " -On";
-    for (const std::string &a : args) cmd += " " + ShellQuote(a);
+    for (const std::string &a : args) cmd.append(" ").append(ShellQuote(a));
     cmd += " 2>&1";
     ToolRun run;
     FILE *p = popen(cmd.c_str(), "r");

@@ -638,7 +638,7 @@ TEST(DaemonLongJump, AMonthOverAThousandPortsInOneJump) {
     ResetSwitch();
     ResetLldp();
     AddNode(1);
-    for (uint32_t port = 1; port <= 1000; ++port) AddInterface(Interface{port, "p" + std::to_string(port), 1, 21});
+    for (uint32_t port = 1; port <= 1000; ++port) AddInterface(Interface{port, std::string("p").append(std::to_string(port)), 1, 21});
     const uint32_t month = 30u * 24 * 3600 * kSecs;
     AdvanceClock(month);
     const uint32_t frames = month / (30 * kSecs) + 1;  // at 0, 30 s, .. and at the end

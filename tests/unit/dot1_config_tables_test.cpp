@@ -78,7 +78,8 @@ protected:
             std::string row;
             std::vector<P> next;
             for (size_t i = 0; i < r.Count(); ++i) {
-                row += (i == 0 ? "" : i == indexColumns ? "=" : ",") + std::to_string(r.U32(i));
+                row += i == 0 ? "" : i == indexColumns ? "=" : ",";
+                row += std::to_string(r.U32(i));
                 if (i < indexColumns) next.push_back(P::N(r.At(i).morId, r.U32(i)));
             }
             rows.push_back(row);

@@ -64,9 +64,14 @@ std::string Text(const Result &r) {
     std::string out;
     for (size_t i = 0; i < r.Count(); ++i) {
         const auto &p = r.At(i);
-        out += (i == 0 ? "" : " ") + std::to_string(p.morId & 0xFF) + ":";
-        out += p.type == 5 ? "'" + std::string(p.value.begin(), p.value.end()) + "'" : std::to_string(r.U32(i));
-        out += "/" + std::to_string(p.type);
+        out += i == 0 ? "" : " ";
+        out.append(std::to_string(p.morId & 0xFF)).append(":");
+        if (p.type == 5) {
+            out.append("'").append(p.value.begin(), p.value.end()).append("'");
+        } else {
+            out += std::to_string(r.U32(i));
+        }
+        out.append("/").append(std::to_string(p.type));
     }
     return out;
 }

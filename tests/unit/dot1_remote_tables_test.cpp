@@ -50,8 +50,9 @@ std::string Text(const Result &r, size_t from = 0) {
     std::string out;
     for (size_t i = from; i < r.Count(); ++i) {
         const auto &v = r.At(i).value;
-        out += (i == from ? "" : " ") + (r.At(i).type == 5 ? Hex({v.begin(), v.end()}) : std::to_string(r.U32(i)));
-        out += "/" + std::to_string(r.At(i).type);
+        out += i == from ? "" : " ";
+        out += r.At(i).type == 5 ? Hex({v.begin(), v.end()}) : std::to_string(r.U32(i));
+        out.append("/").append(std::to_string(r.At(i).type));
     }
     return out;
 }
@@ -120,7 +121,7 @@ protected:
                               std::to_string(r.U32(3));
             std::vector<P> next;
             for (size_t i = 0; i < indexColumns; ++i) {
-                if (i >= 4) row += "." + std::to_string(r.U32(i));
+                if (i >= 4) row.append(".").append(std::to_string(r.U32(i)));
                 next.push_back(P::N(r.At(i).morId, r.U32(i)));
             }
             rows.push_back(row + " " + Text(r, indexColumns));

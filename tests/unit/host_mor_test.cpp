@@ -411,4 +411,86 @@ TEST_F(HostMorTest, InjectedAppendFaultAppendsNothing) {
     EXPECT_EQ(msg.params[0].morId, 0x2320C01u);
 }
 
+
+// ---------------------------------------------------------------------------
+// Reuse of a message across requests
+
+struct ShapeParam {
+    uint32_t morId;
+    uint32_t type;
+    std::vector<uint8_t> value;
+};
+
+// Builds msg (reused) or a fresh message of the given shape.
+void Fill(MorMessage &msg, uint32_t op, uint32_t table, const std::vector<ShapeParam> &shape) {
+    lldpv2host::Reuse(msg, op, table);
+    for (const ShapeParam &p : shape) {
+        if (p.type == 0) {
+            lldpv2host::AddColumn(msg, p.morId);
+        } else {
+            lldpv2host::AddBytes(msg, p.morId, p.value.data(), p.value.size(), p.type);
+        }
+    }
+}
+
+TEST_F(HostMorTest, ReusedMessageEqualsAFreshOneAndKeepsItsBuffers) {
+    const std::vector<uint8_t> longText(300, 0x41);
+    // One message carries these requests in turn: more, fewer, longer and
+    // shorter parameters than the one before.
+    const std::vector<std::vector<ShapeParam>> shapes = {
+        {{0x2320C01, MOR_TYPE_TIMEMARK, U32Bytes(5)}, {0x2320C05, 0, {}}},
+        {{0x2320C01, MOR_TYPE_TIMEMARK, U32Bytes(6)}, {0x2320C02, MOR_TYPE_UNSIGNED, U32Bytes(7)},
+         {0x2320C06, MOR_TYPE_OCTETS, longText}},
+        {{0x2320C06, MOR_TYPE_OCTETS, {1, 2, 3}}},
+        {},
+        {{0x2320C01, MOR_TYPE_TIMEMARK, U32Bytes(8)}, {0x2320C02, MOR_TYPE_UNSIGNED, U32Bytes(9)},
+         {0x2320C06, MOR_TYPE_OCTETS, {}}},
+    };
+    MorMessage reused;
+    for (size_t i = 0; i < shapes.size(); ++i) {
+        SCOPED_TRACE(i);
+        reused.hasError = true;  // left over from the last reply it was
+        reused.errorCount = 3;
+        reused.cursor = 1;
+        const uint8_t *firstBuffer = reused.params.empty() ? nullptr : reused.params[0].value.data();
+        const size_t firstCapacity = reused.params.empty() ? 0 : reused.params[0].value.capacity();
+        Fill(reused, MOR_OP_GETNEXT, static_cast<uint32_t>(i), shapes[i]);
+        MorMessage fresh = lldpv2host::MakeRequest(MOR_OP_GETNEXT, static_cast<uint32_t>(i));
+        Fill(fresh, MOR_OP_GETNEXT, static_cast<uint32_t>(i), shapes[i]);
+
+        EXPECT_EQ(lldpv2host::Describe(reused), lldpv2host::Describe(fresh));
+        EXPECT_FALSE(reused.hasError);
+        EXPECT_EQ(reused.errorCount, 0u);
+        EXPECT_EQ(reused.cursor, 0u);
+        EXPECT_EQ(MOR_GetTableId(&reused), i);
+        ASSERT_EQ(reused.params.size(), shapes[i].size());
+        for (size_t k = 0; k < shapes[i].size(); ++k) EXPECT_EQ(reused.params[k].value, shapes[i][k].value);
+        // The first parameter writes into the buffer the last first
+        // parameter had, when it fits.
+        if (firstBuffer != nullptr && !shapes[i].empty() && shapes[i][0].value.size() <= firstCapacity) {
+            EXPECT_EQ(reused.params[0].value.data(), firstBuffer);
+        }
+    }
+    // A copy holds the same parameters.
+    const MorMessage copy = reused;
+    EXPECT_EQ(lldpv2host::Describe(copy), lldpv2host::Describe(reused));
+}
+
+TEST_F(HostMorTest, DeliverReusesTheReplyBuffers) {
+    g_seen = {};
+    ASSERT_EQ(MOR_RegCallBack(0x2320000, EchoCallback, nullptr, 0), 0u);
+    MorMessage request = lldpv2host::MakeRequest(MOR_OP_GETNEXT, 12);
+    lldpv2host::AddUint32(request, 0x2320C01, 10);
+    MorMessage reply;
+    ASSERT_EQ(lldpv2host::Deliver(0x2320000, request, reply), 0x1234u);
+    ASSERT_EQ(reply.params.size(), 1u);
+    const uint8_t *buffer = reply.params[0].value.data();
+    lldpv2host::Reuse(request, MOR_OP_GETNEXT, 12);
+    lldpv2host::AddUint32(request, 0x2320C01, 30);
+    ASSERT_EQ(lldpv2host::Deliver(0x2320000, request, reply), 0x1234u);
+    ASSERT_EQ(reply.params.size(), 1u);
+    EXPECT_EQ(lldpv2host::ParamU32(reply.params[0]), 31u);
+    EXPECT_EQ(reply.params[0].value.data(), buffer);
+}
+
 }  // namespace

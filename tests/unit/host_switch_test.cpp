@@ -282,6 +282,14 @@ TEST_F(HostSwitchTest, IteratorLifecycle) {
     IF_IteratorFinalize(&b);
     EXPECT_EQ(lldpv2host::LiveIterators(), 0u);
 
+    // A new iterator starts afresh, whatever handle it is given.
+    IF_ITERATOR c = IF_IteratorInitialize(10, &sel);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(lldpv2host::LiveIterators(), 1u);
+    EXPECT_EQ(IF_GetNextIfIndexByIfSelect(&sel, c, 0), 10u);
+    IF_IteratorFinalize(&c);
+    EXPECT_EQ(lldpv2host::LiveIterators(), 0u);
+
     lldpv2host::SetFault("IF_IteratorInitialize", 1);
     EXPECT_EQ(IF_IteratorInitialize(0, &sel), nullptr);
     EXPECT_EQ(lldpv2host::LiveIterators(), 0u);

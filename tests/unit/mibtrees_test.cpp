@@ -94,7 +94,10 @@ private:
 
 std::string OidText(const Oid &oid) {
     std::string s;
-    for (uint32_t a : oid) s += (s.empty() ? "" : ".") + std::to_string(a);
+    for (uint32_t a : oid) {
+        if (!s.empty()) s += '.';
+        s += std::to_string(a);
+    }
     return s;
 }
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <ostream>
@@ -256,10 +257,11 @@ TEST_F(RemoteEdgesTest, InformationLongerThanItsColumnIsCut) {
     for (const Case &c : cases) {
         SCOPED_TRACE(c.filler);
         lldpv2host::testing::SetTlvInfoFiller(c.filler);
-        std::vector<uint8_t> unknown(505, 0x11);
-        unknown.resize(c.unknownLen, lldpv2host::testing::kTlvInfoFillerOctet);
-        std::vector<uint8_t> org(505, 0x22);
-        org.resize(c.orgLen, lldpv2host::testing::kTlvInfoFillerOctet);
+        // The TLVs' 505 octets, then filler up to the length answered.
+        std::vector<uint8_t> unknown(c.unknownLen, lldpv2host::testing::kTlvInfoFillerOctet);
+        std::fill_n(unknown.begin(), 505, 0x11);
+        std::vector<uint8_t> org(c.orgLen, lldpv2host::testing::kTlvInfoFillerOctet);
+        std::fill_n(org.begin(), 505, 0x22);
 
         Result get = Send(1, 14, unknownGet);
         ASSERT_EQ(get.status, 0u);

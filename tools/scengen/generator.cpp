@@ -31,6 +31,18 @@ std::vector<uint8_t> Bytes(uint8_t first, const std::string &text) {
     return b;
 }
 
+// The extra TLVs (Options::extraTlvs): a TLV type of the reserved range, and
+// an organizationally defined TLV under a locally administered OUI that no
+// decoder knows; both carry 8 octets that differ per neighbour.
+constexpr uint8_t kExtraTlvType = 25;
+constexpr uint8_t kExtraOui[3] = {0x02, 0x00, 0x01};
+constexpr uint8_t kExtraSubtype = 1;
+
+std::vector<uint8_t> ExtraInfo(uint32_t i) {
+    return {0xBE, 0x0C, 0x00, 0x01, static_cast<uint8_t>(i >> 24), static_cast<uint8_t>(i >> 16),
+            static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i)};
+}
+
 // The MAC address of neighbour i: locally administered, unique per neighbour.
 std::vector<uint8_t> Mac(uint32_t i) {
     return {0x02, 0x10, static_cast<uint8_t>(i >> 24), static_cast<uint8_t>(i >> 16), static_cast<uint8_t>(i >> 8),
@@ -112,6 +124,13 @@ std::string Generate(const Options &o, std::string *error) {
                          2, 0, 0, 0, 1, 0});
             Tlv(pdu, 127, {0x00, 0x80, 0xC2, 1, static_cast<uint8_t>(vlan >> 8), static_cast<uint8_t>(vlan)});
             if (dcbx) Tlv(pdu, 127, {0x00, 0x80, 0xC2, 11, 0x08, 0x08});  // PFC: cap 8, priority 3
+            if (o.extraTlvs) {
+                const std::vector<uint8_t> info = ExtraInfo(i);
+                Tlv(pdu, kExtraTlvType, info);
+                std::vector<uint8_t> org{kExtraOui[0], kExtraOui[1], kExtraOui[2], kExtraSubtype};
+                org.insert(org.end(), info.begin(), info.end());
+                Tlv(pdu, 127, org);
+            }
             Tlv(pdu, 0, {});
             y << "  - {port: " << ifIndex << ", agent: " << agent << ", at: " << at << ", lldpdu: \"" << Hex(pdu)
               << "\"}\n";
@@ -125,6 +144,12 @@ std::string Generate(const Options &o, std::string *error) {
           << "    management-addresses: [{address: " << Ipv4(i) << ", if-id: 1}]\n"
           << "    port-vlan: " << vlan << "\n";
         if (dcbx) y << "    pfc: {willing: true, cap: 8, enabled: [3]}\n";
+        if (o.extraTlvs) {
+            const std::string info = Hex(ExtraInfo(i));
+            y << "    unknown-tlvs: [{type: " << unsigned(kExtraTlvType) << ", info: \"" << info << "\"}]\n"
+              << "    org-tlvs: [{oui: \"" << Hex({kExtraOui[0]}) << "-" << Hex({kExtraOui[1]}) << "-"
+              << Hex({kExtraOui[2]}) << "\", subtype: " << unsigned(kExtraSubtype) << ", info: \"" << info << "\"}]\n";
+        }
     }
     return y.str();
 }

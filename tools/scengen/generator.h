@@ -15,6 +15,8 @@ struct Options {
     uint32_t agents = 1;          // agents 1..agents receive neighbours (1..3)
     bool raw = false;             // neighbours as raw LLDPDU hex instead of fields
     uint32_t dcbxEvery = 10;      // every n-th neighbour carries DCBX TLVs (0: none)
+    bool extraTlvs = false;       // every neighbour carries an unknown TLV and an
+                                  // organizationally defined TLV no decoder knows
     uint32_t timeSpread = 100;    // neighbours arrive at times 0, 10, ... (timeSpread - 1) * 10
     uint32_t seed = 1;
 };

@@ -2,7 +2,11 @@
 // benchmark runs.
 //
 //   scengen [--nodes N] [--ports P] [--neighbours K] [--agents A] [--raw]
-//           [--dcbx-every D] [--time-spread T] [--seed S] [-o FILE] [--check]
+//           [--dcbx-every D] [--extra-tlvs] [--time-spread T] [--seed S] [-o FILE] [--check]
+//
+// --extra-tlvs gives every neighbour an unknown TLV and an organizationally
+// defined TLV that no decoder knows, so that the remote unknown TLV and
+// organizationally defined information tables have a row per neighbour.
 //
 // --check loads the generated scenario into the host platform and prints
 // what it holds; the exit status tells whether it loaded.
@@ -21,7 +25,7 @@ namespace {
 int Usage() {
     std::fprintf(stderr,
                  "usage: scengen [--nodes N] [--ports P] [--neighbours K] [--agents A] [--raw]\n"
-                 "               [--dcbx-every D] [--time-spread T] [--seed S] [-o FILE] [--check]\n");
+                 "               [--dcbx-every D] [--extra-tlvs] [--time-spread T] [--seed S] [-o FILE] [--check]\n");
     return 2;
 }
 
@@ -53,6 +57,7 @@ int main(int argc, char **argv) {
         else if (arg == "--time-spread") ok = value(o.timeSpread);
         else if (arg == "--seed") ok = value(o.seed);
         else if (arg == "--raw") o.raw = true;
+        else if (arg == "--extra-tlvs") o.extraTlvs = true;
         else if (arg == "--check") check = true;
         else if (arg == "-o" && i + 1 < argc) output = argv[++i];
         else ok = false;

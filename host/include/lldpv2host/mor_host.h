@@ -25,6 +25,12 @@
 //   replaces them, and every call is counted.
 // Parameter handles point into the message: appending to a message may move
 // its parameters, so handles are valid only while the message is not grown.
+//
+// A message is meant to be reused: Reuse empties it but keeps its parameter
+// array and the value buffers of its parameters, which the next parameters
+// take over in the same order. A request and its reply kept across requests
+// therefore stop allocating once they have carried their largest messages
+// (Deliver empties the reply in the same way).
 #pragma once
 
 #include <cstdint>
@@ -42,6 +48,17 @@ struct MOR_PARA_S {
     std::vector<uint8_t> value;
 };
 
+// Value buffers of the parameters a message dropped, held for the parameters
+// it takes next. A copy of a message starts without any.
+struct MorSpareValues {
+    std::vector<std::vector<uint8_t>> buffers;  // the first parameter's last
+    MorSpareValues() = default;
+    MorSpareValues(const MorSpareValues &) {}
+    MorSpareValues &operator=(const MorSpareValues &) { return *this; }
+    MorSpareValues(MorSpareValues &&) noexcept = default;
+    MorSpareValues &operator=(MorSpareValues &&) noexcept = default;
+};
+
 // A request or reply message.
 struct MOR_MSG_S {
     uint32_t opType = 0;
@@ -53,6 +70,7 @@ struct MOR_MSG_S {
     bool hasError = false;
     uint32_t errorCount = 0;    // how many times MOR_SetMsgError was called
     size_t cursor = 0;          // position of the parameter walk
+    MorSpareValues spare;       // see Reuse
 };
 
 namespace lldpv2host {
@@ -71,6 +89,9 @@ constexpr uint32_t MorTableOf(uint32_t morId) { return (morId >> 8) & 0xFFu; }
 
 // Builders for requests. MakeRequest sets the table id explicitly.
 MorMessage MakeRequest(uint32_t opType, uint32_t tableId);
+// Empties msg for a new request of that op type and table id (as
+// MakeRequest builds it), keeping its buffers.
+void Reuse(MorMessage &msg, uint32_t opType, uint32_t tableId);
 void AddUint32(MorMessage &msg, uint32_t morId, uint32_t value, uint32_t type = MOR_TYPE_UNSIGNED);
 void AddBytes(MorMessage &msg, uint32_t morId, const void *data, size_t len, uint32_t type = MOR_TYPE_OCTETS);
 // A parameter that names a column without a value (as a get asks for it):
@@ -85,7 +106,8 @@ const MorParam *FindParam(const MorMessage &msg, uint32_t morId);
 std::string Describe(const MorMessage &msg);
 
 // Delivers request to the callback registered for moduleId and fills reply.
-// The reply is emptied first and takes the request's op type and table id;
+// The reply is emptied first (keeping its buffers, as Reuse does) and takes
+// the request's op type and table id;
 // the request's walk cursor is rewound. Returns the callback's status, or
 // kMorNoModule (also recorded as the reply's error, at index 0xFFFFFFFF) when
 // no callback is registered.

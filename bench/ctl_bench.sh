@@ -37,42 +37,14 @@ for f in "$agent" "$ctl" "$scengen"; do
   [[ -x "$f" ]] || { echo "missing $f: build first (make build)" >&2; exit 1; }
 done
 
-work="$(mktemp -d /tmp/lldpv2-ctl-bench.XXXXXX)"
-agent_pid=""
-cleanup() {
-  if [[ -n "$agent_pid" ]] && kill -0 "$agent_pid" 2>/dev/null; then
-    kill -TERM "$agent_pid" 2>/dev/null || true
-    wait "$agent_pid" 2>/dev/null || true
-  fi
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-# The client tools keep their configuration and state in the work directory.
-export SNMPCONFPATH="$work" SNMP_PERSISTENT_DIR="$work" MIBS=
+source "$here/lib.sh"
+bench_workdir ctl-bench
 rem_table=.1.3.111.2.802.1.1.13.1.4.1
-
-free_port() {
-  local port
-  while :; do
-    port=$((20000 + RANDOM % 40000))
-    ss -Hlun "sport = :$port" 2>/dev/null | grep -q . || { echo "$port"; return; }
-  done
-}
 
 scenario="$work/scenario.yaml"
 "$scengen" --nodes 2 --ports 48 --neighbours "$neighbours" --agents 3 -o "$scenario"
-port="$(free_port)"
-target="udp:127.0.0.1:$port"
-"$agent" --scenario "$scenario" --module "$module" --listen "$target" >"$work/agent.log" 2>&1 &
-agent_pid=$!
-deadline=$((SECONDS + 30))
-until snmpget -v2c -c public -t 1 -r 0 -On "$target" .1.3.111.2.802.1.1.13.1.1.1.0 2>/dev/null | grep -q Gauge; do
-  if ! kill -0 "$agent_pid" 2>/dev/null || ((SECONDS > deadline)); then
-    echo "agent did not start:" >&2; cat "$work/agent.log" >&2; exit 1
-  fi
-  sleep 0.2
-done
+start_agent 30 1 -- --scenario "$scenario"
+target="udp:127.0.0.1:$agent_port"
 
 # Wall-clock seconds of one run of the command, its output in $work/out.
 time_once() {

@@ -38,28 +38,10 @@ for f in "$agent" "$module" "$scengen"; do
   [[ -e "$f" ]] || { echo "missing $f: build first (make build)" >&2; exit 1; }
 done
 
-work="$(mktemp -d /tmp/lldpv2-membench.XXXXXX)"
-agent_pid=""
-stop_agent() {
-  if [[ -n "$agent_pid" ]] && kill -0 "$agent_pid" 2>/dev/null; then
-    kill -TERM "$agent_pid" 2>/dev/null || true
-    wait "$agent_pid" 2>/dev/null || true
-  fi
-  agent_pid=""
-}
-cleanup() { stop_agent; rm -rf "$work"; }
-trap cleanup EXIT
-
-export SNMPCONFPATH="$work" SNMP_PERSISTENT_DIR="$work" MIBS=
+source "$here/lib.sh"
+bench_workdir membench
+stop_agent() { stop_pid "$agent_pid"; agent_pid=""; }
 lldp_v2_mib=.1.3.111.2.802.1.1.13
-
-free_port() {
-  local port
-  while :; do
-    port=$((20000 + RANDOM % 40000))
-    ss -Hlun "sport = :$port" 2>/dev/null | grep -q . || { echo "$port"; return; }
-  done
-}
 
 status_kb() { awk -v k="$2:" '$1 == k { print $2 }' "/proc/$1/status"; }
 
@@ -68,17 +50,9 @@ cpu_s() { awk -v hz="$(getconf CLK_TCK)" '{ printf "%.2f", ($14 + $15) / hz }' "
 
 # Starts the agent on a scenario; prints "load_s load_cpu_s peak_kb settled_kb".
 measure() {
-  local scenario="$1" port start now deadline
-  port="$(free_port)"
+  local scenario="$1" start now
   start="$(date +%s.%N)"
-  "$agent" --listen "udp:127.0.0.1:$port" --module "$module" --scenario "$scenario" >"$work/agent.log" 2>&1 &
-  agent_pid=$!
-  deadline=$((SECONDS + 120))
-  until snmpget -v2c -c public -t 0.05 -r 0 -On -Oq "udp:127.0.0.1:$port" "$lldp_v2_mib.1.1.1.0" >/dev/null 2>&1; do
-    if ! kill -0 "$agent_pid" 2>/dev/null || ((SECONDS > deadline)); then
-      echo "agent did not start:" >&2; cat "$work/agent.log" >&2; exit 1
-    fi
-  done
+  start_agent 120 0.05 -- --scenario "$scenario"
   now="$(date +%s.%N)"
   local cpu
   cpu="$(cpu_s "$agent_pid")"

@@ -53,25 +53,10 @@ for f in "$agent" "$ref" "$scengen"; do
 done
 [[ -f "$module" ]] || { echo "no module at $module" >&2; exit 1; }
 
-work="$(mktemp -d /tmp/lldpv2-bench.XXXXXX)"
+source "$here/lib.sh"
+bench_workdir bench
 agent_pid=""
 ref_pid=""
-stop_pid() {
-  local pid="$1"
-  if [[ -n "$pid" ]] && kill -0 "$pid" 2>/dev/null; then
-    kill -TERM "$pid" 2>/dev/null || true
-    wait "$pid" 2>/dev/null || true
-  fi
-}
-cleanup() {
-  stop_pid "$ref_pid"
-  stop_pid "$agent_pid"
-  rm -rf "$work"
-}
-trap cleanup EXIT
-
-# The client tools keep their configuration and state in the work directory.
-export SNMPCONFPATH="$work" SNMP_PERSISTENT_DIR="$work" MIBS=
 snmp_opts=(-v2c -c public -t 60 -r 0 -On -Oq)
 lldp_v2_mib=.1.3.111.2.802.1.1.13
 remote=$lldp_v2_mib.1.4
@@ -85,14 +70,6 @@ subtrees=(
 )
 ticks_per_s=$(getconf CLK_TCK)
 
-free_port() {
-  local port
-  while :; do
-    port=$((20000 + RANDOM % 40000))
-    ss -Hlun "sport = :$port" 2>/dev/null | grep -q . || { echo "$port"; return; }
-  done
-}
-
 # utime + stime of a process, in clock ticks.
 cpu_ticks() {
   local stat
@@ -101,20 +78,11 @@ cpu_ticks() {
   awk '{ print $12 + $13 }' <<<"$stat"
 }
 
-# Starts the agent on a scenario (optionally under a wrapper such as
-# valgrind) and waits until it answers.
-start_agent() {
+# start_agent_on SCENARIO WAIT_S [WRAPPER...]: the agent on a scenario,
+# optionally under a wrapper such as valgrind, once it answers.
+start_agent_on() {
   local scenario="$1" wait_s="$2"; shift 2
-  agent_port="$(free_port)"
-  "$@" "$agent" --listen "udp:127.0.0.1:$agent_port" --module "$module" --scenario "$scenario" >"$work/agent.log" 2>&1 &
-  agent_pid=$!
-  local deadline=$((SECONDS + wait_s))
-  until snmpget "${snmp_opts[@]}" -t 2 "udp:127.0.0.1:$agent_port" "$lldp_v2_mib.1.1.1.0" >/dev/null 2>&1; do
-    if ! kill -0 "$agent_pid" 2>/dev/null || ((SECONDS > deadline)); then
-      echo "agent did not start:" >&2; cat "$work/agent.log" >&2; exit 1
-    fi
-    sleep 0.2
-  done
+  start_agent "$wait_s" 2 "$@" -- --scenario "$scenario"
 }
 
 stop_agent() {
@@ -130,6 +98,7 @@ start_ref() {
   "$@" "$ref" --record "udp:127.0.0.1:$agent_port" --subtree "$remote" --listen "udp:127.0.0.1:$ref_port" \
     >"$work/ref.out" 2>"$work/ref.log" &
   ref_pid=$!
+  bench_pids+=("$ref_pid")
   local deadline=$((SECONDS + 600))
   until grep -q '^ready' "$work/ref.out" 2>/dev/null; do
     if ! kill -0 "$ref_pid" 2>/dev/null || ((SECONDS > deadline)); then
@@ -180,7 +149,7 @@ printf '%-10s %-26s %9s %12s %14s %7s\n' neighbours subtree varbinds "agent us/v
 for n in $sizes; do
   scenario="$work/scenario-$n.yaml"
   "$scengen" --nodes 4 --ports 48 --neighbours "$n" --agents 3 --extra-tlvs -o "$scenario"
-  start_agent "$scenario" 600
+  start_agent_on "$scenario" 600
   start_ref
   for entry in "${subtrees[@]}"; do
     read -r name oid <<<"$entry"
@@ -217,7 +186,7 @@ first="${sizes%% *}"
 echo
 echo "instructions per varbind, $first neighbours (callgrind, one walk each; repeatable, unlike CPU time):"
 printf '%-26s %9s %14s %14s %7s\n' subtree varbinds agent net-snmp ratio
-start_agent "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-agent.out"
+start_agent_on "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-agent.out"
 start_ref valgrind --tool=callgrind --callgrind-out-file="$work/cg-ref.out"
 for entry in "${subtrees[@]}"; do
   read -r name oid <<<"$entry"

@@ -45,6 +45,7 @@
 #include "lldpv2host/lldp.h"
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/switch.h"
+#include "bench_stack.h"
 #include "module_loader.h"
 
 namespace {
@@ -56,11 +57,6 @@ constexpr uint32_t kModuleId = 0x2320000;
 constexpr uint32_t kOpGet = 1;
 constexpr uint32_t kOpGetNext = 3;
 constexpr uint32_t kRemTable = 12;
-constexpr uint32_t kNodes = 4;
-constexpr uint32_t kPortsPerNode = 48;
-constexpr uint32_t kOrdinaryPortType = 18;  // agents 1, 2 and 3
-constexpr uint32_t kAgents = 3;
-constexpr uint16_t kTtlSeconds = 3600;      // far beyond the clock moves of the build
 constexpr uint32_t kSamples = 4096;         // random starting rows, cycled by the timed loops
 constexpr uint32_t kHotSamples = 16;        // the first few of them, for the warm-cache runs
 static_assert((kSamples & (kSamples - 1)) == 0 && (kHotSamples & (kHotSamples - 1)) == 0 && kHotSamples <= kSamples,
@@ -90,19 +86,8 @@ std::unique_ptr<lldpv2test::Module> g_module;
 Stack g_stack;
 
 lldp::Lldpdu NeighbourPdu(uint32_t i) {
-    lldp::Lldpdu pdu;
-    pdu.chassisIdSubtype = 4;  // MAC address
-    pdu.chassisId = {0x02, 0x42, uint8_t(i >> 24), uint8_t(i >> 16), uint8_t(i >> 8), uint8_t(i)};
-    pdu.portIdSubtype = 5;     // interface name
-    const std::string port = "eth" + std::to_string(i % 64);
-    pdu.portId.assign(port.begin(), port.end());
-    pdu.ttl = kTtlSeconds;
+    lldp::Lldpdu pdu = lldpv2bench::BasicNeighbourPdu(i);
     pdu.portDesc = "uplink " + std::to_string(i % 64);
-    pdu.sysName = "host-" + std::to_string(i);
-    pdu.sysDesc = "benchmark neighbour";
-    pdu.hasSysCap = true;
-    pdu.capSupported = 0x0014;  // bridge, router
-    pdu.capEnabled = 0x0004;    // bridge
     pdu.manAddrs.push_back({1, {10, uint8_t(i >> 16), uint8_t(i >> 8), uint8_t(i)}, 2, i % 1000 + 1, {}});
     return pdu;
 }
@@ -141,48 +126,9 @@ const Stack &StackWith(uint32_t n) {
     g_stack.neighbours = n;
     const auto start = std::chrono::steady_clock::now();
 
-    host::ResetSwitch();
-    host::ResetLldp();
-    std::vector<uint32_t> ports;
-    for (uint32_t node = 1; node <= kNodes; ++node) host::AddNode(uint16_t(node));
-    // Ports alternate between the nodes, so that consecutive rows of the
-    // table live on different nodes' daemons.
-    for (uint32_t k = 0; k < kNodes * kPortsPerNode; ++k) {
-        host::Interface intf;
-        intf.ifIndex = k + 1;
-        intf.name = "port" + std::to_string(k + 1);
-        intf.node = uint16_t(1 + k % kNodes);
-        intf.type = kOrdinaryPortType;
-        host::AddInterface(intf);
-        ports.push_back(intf.ifIndex);
-    }
-    const uint32_t pairs = uint32_t(ports.size()) * kAgents;
-    const uint32_t perAgent = (n + pairs - 1) / pairs;
-    for (uint32_t ifIndex : ports) {
-        if (host::SetNeighbourLimit(ifIndex, perAgent + 1) != 0) {
-            g_stack.error = "SetNeighbourLimit failed on port " + std::to_string(ifIndex);
-            return g_stack;
-        }
-    }
     if (g_module == nullptr) g_module = std::make_unique<lldpv2test::Module>();
-
-    for (uint32_t i = 0; i < n; ++i) {
-        const uint32_t pair = i % pairs;
-        const uint32_t ifIndex = ports[pair / kAgents];
-        const uint32_t agent = 1 + pair % kAgents;
-        const host::ReceiveResult r = host::Receive(ifIndex, agent, lldp::EncodeLldpdu(NeighbourPdu(i)));
-        if (r.outcome != host::ReceiveOutcome::Inserted) {
-            g_stack.error = std::string("neighbour ") + std::to_string(i) + " was not inserted: " +
-                            host::ReceiveOutcomeName(r.outcome);
-            return g_stack;
-        }
-        // Let time pass now and then, so that the neighbours' time marks differ.
-        if (i % 1024 == 1023) host::AdvanceClock(1);
-    }
-    if (host::NeighbourCount() != n) {
-        g_stack.error = "the daemons hold " + std::to_string(host::NeighbourCount()) + " neighbours";
-        return g_stack;
-    }
+    g_stack.error = lldpv2bench::BuildStack(n, NeighbourPdu, lldpv2bench::TimeMarks::Spread);
+    if (!g_stack.error.empty()) return g_stack;
 
     // A walk without a time mark lists every neighbour under time mark 0, in
     // (port, agent, remote index) order: the order Neighbours() gives.

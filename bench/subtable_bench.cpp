@@ -29,6 +29,7 @@
 #include "lldpv2host/lldp.h"
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/switch.h"
+#include "bench_stack.h"
 #include "module_loader.h"
 
 namespace {
@@ -38,9 +39,6 @@ namespace lldp = lldpv2host::lldp;
 
 constexpr uint32_t kModuleId = 0x2320000;
 constexpr uint32_t kOpGetNext = 3;
-constexpr uint32_t kNodes = 4;
-constexpr uint32_t kPortsPerNode = 48;
-constexpr uint32_t kAgents = 3;
 constexpr uint32_t kSamples = 4096;
 constexpr uint32_t kSeed = 20251123;
 
@@ -67,19 +65,10 @@ struct Stack {
 std::unique_ptr<lldpv2test::Module> g_module;
 Stack g_stack;
 
+// Two management addresses, unknown TLVs and organizationally defined TLVs
+// each, given out of order so that the daemons sort them.
 lldp::Lldpdu NeighbourPdu(uint32_t i) {
-    lldp::Lldpdu pdu;
-    pdu.chassisIdSubtype = 4;
-    pdu.chassisId = {0x02, 0x42, uint8_t(i >> 24), uint8_t(i >> 16), uint8_t(i >> 8), uint8_t(i)};
-    pdu.portIdSubtype = 5;
-    const std::string port = "eth" + std::to_string(i % 64);
-    pdu.portId.assign(port.begin(), port.end());
-    pdu.ttl = 3600;
-    pdu.sysName = "host-" + std::to_string(i);
-    pdu.sysDesc = "benchmark neighbour";
-    pdu.hasSysCap = true;
-    pdu.capSupported = 0x0014;
-    pdu.capEnabled = 0x0004;
+    lldp::Lldpdu pdu = lldpv2bench::BasicNeighbourPdu(i);
     for (uint8_t k : {2, 1}) {
         pdu.manAddrs.push_back({1, {10, k, uint8_t(i >> 8), uint8_t(i)}, 2, i % 1000 + 1, {0x2B, 6, 1, 4, 1}});
         pdu.unknownTlvs.push_back({uint8_t(100 + k), {k, 0xAA, 0xBB, 0xCC}});
@@ -102,30 +91,9 @@ const Stack &StackWith(uint32_t n) {
     if (g_stack.neighbours == n && g_module != nullptr) return g_stack;
     g_stack = Stack{};
     g_stack.neighbours = n;
-    host::ResetSwitch();
-    host::ResetLldp();
-    std::vector<uint32_t> ports;
-    for (uint32_t node = 1; node <= kNodes; ++node) host::AddNode(uint16_t(node));
-    for (uint32_t k = 0; k < kNodes * kPortsPerNode; ++k) {
-        host::Interface intf;
-        intf.ifIndex = k + 1;
-        intf.name = "port" + std::to_string(k + 1);
-        intf.node = uint16_t(1 + k % kNodes);
-        intf.type = 18;
-        host::AddInterface(intf);
-        ports.push_back(intf.ifIndex);
-    }
-    const uint32_t pairs = uint32_t(ports.size()) * kAgents;
-    for (uint32_t ifIndex : ports) host::SetNeighbourLimit(ifIndex, (n + pairs - 1) / pairs + 1);
     if (g_module == nullptr) g_module = std::make_unique<lldpv2test::Module>();
-    for (uint32_t i = 0; i < n; ++i) {
-        const uint32_t pair = i % pairs;
-        if (host::Receive(ports[pair / kAgents], 1 + pair % kAgents, lldp::EncodeLldpdu(NeighbourPdu(i))).outcome !=
-            host::ReceiveOutcome::Inserted) {
-            g_stack.error = "neighbour " + std::to_string(i) + " was not inserted";
-            return g_stack;
-        }
-    }
+    g_stack.error = lldpv2bench::BuildStack(n, NeighbourPdu, lldpv2bench::TimeMarks::AllEqual);
+    if (!g_stack.error.empty()) return g_stack;
     std::mt19937 rng(kSeed + n);
     for (const Table &t : kTables) {
         // The whole table, each row's get-next request; then random ones.

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <benchmark/benchmark.h>
+
 #include "lldp/lldpdu.h"
 #include "lldpv2host/lldp.h"
 #include "lldpv2host/switch.h"
@@ -82,6 +84,18 @@ inline std::string BuildStack(uint32_t n, const std::function<lldpv2host::lldp::
         return "the daemons hold " + std::to_string(host::NeighbourCount()) + " neighbours";
     }
     return {};
+}
+
+// Google Benchmark's start with a short default run time per benchmark; a
+// --benchmark_min_time given on the command line comes later and wins.
+// False when the command line has arguments it does not know.
+inline bool InitializeBenchmarks(int argc, char **argv) {
+    std::vector<char *> args(argv, argv + argc);
+    char defaultMinTime[] = "--benchmark_min_time=0.3";
+    args.insert(args.begin() + 1, defaultMinTime);
+    int count = static_cast<int>(args.size());
+    benchmark::Initialize(&count, args.data());
+    return !benchmark::ReportUnrecognizedArguments(count, args.data());
 }
 
 }  // namespace lldpv2bench

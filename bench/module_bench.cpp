@@ -368,14 +368,7 @@ private:
 }  // namespace
 
 int main(int argc, char **argv) {
-    // A short default run time per benchmark (the whole run takes about 15 s);
-    // a --benchmark_min_time given on the command line comes later and wins.
-    std::vector<char *> args(argv, argv + argc);
-    char defaultMinTime[] = "--benchmark_min_time=0.3";
-    args.insert(args.begin() + 1, defaultMinTime);
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
+    if (!lldpv2bench::InitializeBenchmarks(argc, argv)) return 1;
 
     // N is the outer loop: see the top of the file.
     for (int64_t n : {1000, 10000, 100000}) {

@@ -175,12 +175,7 @@ private:
 }  // namespace
 
 int main(int argc, char **argv) {
-    std::vector<char *> args(argv, argv + argc);
-    char defaultMinTime[] = "--benchmark_min_time=0.3";
-    args.insert(args.begin() + 1, defaultMinTime);
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(count, args.data())) return 1;
+    if (!lldpv2bench::InitializeBenchmarks(argc, argv)) return 1;
     // N is the outer loop: the stack is one process-wide model, built once per N.
     for (int64_t n : {1000, 10000, 100000}) {
         for (const Table &t : kTables) benchmark::RegisterBenchmark(t.name, BM_GetNext, t.id)->Arg(n);

@@ -286,22 +286,25 @@ unsigned char AsnTypeOf(const MIB_NODE_S *leaf) {
 }
 
 bool ValueFromParamInto(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param, SnmpValue &out) {
+    return ValueFromBytesInto(leaf, param.value, out);
+}
+
+bool ValueFromBytesInto(const MIB_NODE_S *leaf, std::span<const uint8_t> bytes, SnmpValue &out) {
     out.type = AsnTypeOf(leaf);
     out.number = 0;
     out.octets.clear();
     out.objectId.clear();
     uint32_t code = SyntaxCode(leaf);
     if (code == MIB_SYNTAX_OID) {
-        if (param.value.size() % sizeof(uint32_t) != 0 || param.value.size() / sizeof(uint32_t) > kMaxSubIds) {
-            return false;
-        }
-        out.objectId.resize(param.value.size() / sizeof(uint32_t));
-        if (!param.value.empty()) std::memcpy(out.objectId.data(), param.value.data(), param.value.size());
+        if (bytes.size() % sizeof(uint32_t) != 0 || bytes.size() / sizeof(uint32_t) > kMaxSubIds) return false;
+        out.objectId.resize(bytes.size() / sizeof(uint32_t));
+        if (!bytes.empty()) std::memcpy(out.objectId.data(), bytes.data(), bytes.size());
     } else if (IsStringLike(code)) {
-        out.octets.assign(param.value.begin(), param.value.end());
+        out.octets.assign(bytes.begin(), bytes.end());
     } else {
-        if (param.value.size() != sizeof(uint32_t)) return false;
-        uint32_t raw = lldpv2host::ParamU32(param);
+        if (bytes.size() != sizeof(uint32_t)) return false;
+        uint32_t raw = 0;
+        std::memcpy(&raw, bytes.data(), sizeof raw);
         out.number = IsSigned(code) ? static_cast<int64_t>(static_cast<int32_t>(raw)) : raw;
     }
     return true;

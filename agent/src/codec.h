@@ -92,6 +92,8 @@ std::optional<SnmpValue> ValueFromParam(const MIB_NODE_S *leaf, const lldpv2host
 // The same into out, whose buffers are reused; false where ValueFromParam
 // answers nullopt.
 bool ValueFromParamInto(const MIB_NODE_S *leaf, const lldpv2host::MorParam &param, SnmpValue &out);
+// The same from a parameter's value bytes.
+bool ValueFromBytesInto(const MIB_NODE_S *leaf, std::span<const uint8_t> bytes, SnmpValue &out);
 
 // Checks a set value against the leaf's access, type, size and range.
 // Returns 0 (SNMP_ERR_NOERROR) or the SNMP error: notWritable, wrongType,

@@ -209,6 +209,20 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
     StartIndex &start = buffers.start;
     Index &found = buffers.found;
 
+    RowCache::Table *kept = rows_ != nullptr ? rows_->TableOf(tree, leaf) : nullptr;
+    if (kept != nullptr) {
+        switch (rows_->Next(*kept, leaf, leafOid, instance, result.oid, result.value)) {
+            case RowCache::Hit::Found:
+                result.status = NextResult::Found;
+                return;
+            case RowCache::Hit::End:
+                step = WalkStep::NextLeaf;
+                return;
+            case RowCache::Hit::Miss:
+                break;
+        }
+    }
+
     DecodeStartInto(list, instance, start);
     if (start.padded && start.values.size() == list->count) {
         // The smallest index that the cut-short instance prefixes follows
@@ -234,6 +248,8 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
             if (step == WalkStep::Fail) {
                 snmp_log(LOG_WARNING, "get-next of %s failed: 0x%X\n", leaf->name, status);
                 result.status = NextResult::Failed;
+            } else if (step == WalkStep::NextLeaf && kept != nullptr) {
+                rows_->End(*kept, instance);
             }
             return;
         }
@@ -264,12 +280,14 @@ void Engine::NextInColumn(const MibTree &tree, const MIB_NODE_S *leaf, std::span
             // Both instances follow the leaf's OID: comparing them compares
             // the whole OIDs.
             result.status = NextResult::Found;
+            if (kept != nullptr) rows_->Found(*kept, instance, foundInstance, reply_);
             return;
         }
         if (found == from) break;  // no progress: the module repeats itself
         std::swap(from, found);
     }
     step = WalkStep::NextLeaf;
+    if (kept != nullptr) rows_->End(*kept, instance);
 }
 
 NextResult Engine::GetNext(const MibTree &tree, std::span<const uint32_t> oid, bool inclusive,
@@ -382,6 +400,14 @@ bool Engine::RowsWithPrefix(const MIB_NODE_S *leaf, const Index &prefix, size_t 
         from = std::move(*found);
     }
     return true;
+}
+
+void Engine::KeepRows(RowCache::GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes) {
+    rows_ = std::make_unique<RowCache>(generation, std::move(subtrees), budgetBytes);
+}
+
+void Engine::ForgetRows() {
+    if (rows_ != nullptr) rows_->Clear();
 }
 
 uint32_t Engine::Apply(SetGroup &group, uint32_t &paraIndex) {

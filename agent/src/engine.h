@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "codec.h"
 #include "lldpv2host/mor_host.h"
 #include "mib_tree.h"
+#include "row_cache.h"
 #include "skip_log.h"
 
 namespace lldpv2agent {
@@ -115,6 +117,15 @@ public:
     // Delivers a set group; 0 or the MOR status.
     uint32_t Apply(SetGroup &group, uint32_t &paraIndex);
 
+    // From now on, keeps the rows that get-next walks find in the tables
+    // under subtrees, up to budgetBytes, while generation stays the same
+    // (see RowCache).
+    void KeepRows(RowCache::GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes);
+    // Forgets the kept rows: call when a tree is added or removed.
+    void ForgetRows();
+    // The kept rows, or null when none are kept.
+    const RowCache *KeptRows() const { return rows_.get(); }
+
 private:
     uint32_t Send(uint32_t moduleId, lldpv2host::MorMessage &request, lldpv2host::MorMessage &reply);
     void ReadLeaf(const MIB_NODE_S *leaf, const Index *index, GetResult &result);
@@ -142,6 +153,7 @@ private:
     const MIB_INDEX_LIST_S *lastList_ = nullptr;
     IndexBuffers *lastBuffers_ = nullptr;
     GetResult exact_;
+    std::unique_ptr<RowCache> rows_;
 };
 
 }  // namespace lldpv2agent

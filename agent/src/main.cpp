@@ -4,6 +4,7 @@
 // The node records' declarations come before net-snmp's headers, whose
 // macros reuse some of their names.
 #include "lldpv2host/live.h"
+#include "lldpv2host/lldp.h"
 #include "lldpv2host/mor_host.h"
 #include "lldpv2host/scenario.h"
 #include "lldpv2host/switch.h"
@@ -200,6 +201,12 @@ int main(int argc, char **argv) {
                    "registers again within about this long")
         ->needs(agentxOpt)
         ->capture_default_str();
+    uint64_t rowCache = lldpv2agent::kDefaultRowCacheBytes;
+    app.add_option("--row-cache", rowCache,
+                   "memory for remote table rows kept between walks until the neighbours change "
+                   "(suffixes: KiB, MiB; 0: ask the module for every row)")
+        ->transform(CLI::AsSizeValue(false))
+        ->capture_default_str();
     app.add_option("--module", modulePath, "the LLDP-V2 module to load")->capture_default_str();
     app.add_option("--mibs", mibsDir, "directory of the MIB modules (for the usage hints)")->capture_default_str();
     app.add_flag("--print-usage-hints", hints, "print commands that query the agent before serving");
@@ -317,6 +324,14 @@ int main(int argc, char **argv) {
         if (lldpv2agent::LogEnabled(LOG_DEBUG)) lldpv2agent::Log(LOG_DEBUG, "request " + lldpv2host::Describe(request));
         return lldpv2host::Deliver(moduleId, request, reply);
     });
+    if (rowCache > 0) {
+        server.engine().KeepRows(
+            [&loop] {
+                loop.Sync();
+                return lldpv2host::DataGeneration();
+            },
+            lldpv2agent::RemoteDataSubtrees(), rowCache);
+    }
     server.Attach();
     void *module = dlopen(modulePath.c_str(), RTLD_NOW);
     if (module == nullptr) {

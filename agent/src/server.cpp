@@ -260,6 +260,8 @@ void Server::Detach() {
 }
 
 void Server::OnTree(const lldpv2host::RegisteredTree &tree, bool added) {
+    // Kept rows name the trees' node records.
+    engine_.ForgetRows();
     if (added) {
         if (tree.root == nullptr) return;
         trees_.push_back(std::make_unique<MibTree>(tree.name, tree.root));

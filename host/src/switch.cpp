@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "data_generation.h"
 #include "switch_state.h"
 
 namespace lldpv2host {
@@ -48,6 +49,7 @@ void ResetSwitch() {
     }
     dropped.clear();
     Notify(observers, {SwitchEvent{SwitchEvent::Kind::Reset, 0, 0}});
+    NoteDataChange();
 }
 
 void AddNode(uint16_t node, bool up) {
@@ -67,6 +69,7 @@ void AddNode(uint16_t node, bool up) {
         observers = SnapshotObservers(sw);
     }
     Notify(observers, events);
+    if (!events.empty()) NoteDataChange();
 }
 
 void RemoveNode(uint16_t node) {
@@ -94,6 +97,7 @@ void RemoveNode(uint16_t node) {
     }
     dropped.attachments.clear();
     Notify(observers, events);
+    NoteDataChange();
 }
 
 void SetNodeUp(uint16_t node, bool up) {
@@ -143,6 +147,7 @@ void AddInterface(const Interface &intf) {
         observers = SnapshotObservers(sw);
     }
     Notify(observers, {event});
+    NoteDataChange();
 }
 
 void RemoveInterface(uint32_t ifIndex) {
@@ -159,6 +164,7 @@ void RemoveInterface(uint32_t ifIndex) {
         observers = SnapshotObservers(sw);
     }
     Notify(observers, {event});
+    NoteDataChange();
 }
 
 std::optional<Interface> FindInterface(uint32_t ifIndex) {
@@ -193,6 +199,7 @@ void SetLocalUnit(uint32_t unit) {
     Switch &sw = Switch::Get();
     std::unique_lock guard(sw.lock);
     sw.localUnit = unit;
+    NoteDataChange();
 }
 
 uint32_t LocalUnit() {
@@ -209,6 +216,7 @@ void SetServiceStarted(uint16_t unit, bool started) {
     } else {
         sw.startedUnits.erase(unit);
     }
+    NoteDataChange();
 }
 
 bool ServiceStarted(uint16_t unit) {
@@ -230,6 +238,7 @@ bool Attach(uint16_t node, const std::string &key, std::shared_ptr<NodeAttachmen
     auto it = sw.nodes.find(node);
     if (it == sw.nodes.end()) return false;
     previous = std::exchange(it->second.attachments[key], std::move(state));
+    NoteDataChange();
     return true;
 }
 
@@ -243,6 +252,7 @@ void Detach(uint16_t node, const std::string &key) {
     if (found == it->second.attachments.end()) return;
     previous = std::move(found->second);
     it->second.attachments.erase(found);
+    NoteDataChange();
 }
 
 std::shared_ptr<NodeAttachment> Attached(uint16_t node, const std::string &key) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 
+#include "data_generation.h"
 #include "lldp/daemon/daemon.h"
 #include "lldpv2/lldp_client.h"
 #include "testing_hooks.h"
@@ -52,17 +53,29 @@ void ResetTesting() {
     s.recording = false;
     g_recording = false;
     s.requests.clear();
+    NoteDataChange();
 }
 
-void SetManAddrSlotPerAddress(bool on) { g_slotPerAddress = on; }
-void SetTlvInfoFiller(uint32_t octets) { g_filler = octets; }
-void SetDcbxOptionalFieldsAbsent(bool on) { g_dcbxAbsent = on; }
+// Each hook changes what reads answer.
+void SetManAddrSlotPerAddress(bool on) {
+    g_slotPerAddress = on;
+    NoteDataChange();
+}
+void SetTlvInfoFiller(uint32_t octets) {
+    g_filler = octets;
+    NoteDataChange();
+}
+void SetDcbxOptionalFieldsAbsent(bool on) {
+    g_dcbxAbsent = on;
+    NoteDataChange();
+}
 
 void AnswerLike(uint16_t node, uint16_t like, ResultAlter alter) {
     TestingState &s = State();
     std::lock_guard guard(s.lock);
     s.shadows[node] = Shadow{like, std::move(alter)};
     g_shadows = true;
+    NoteDataChange();
 }
 
 uint32_t TlvCfgRequest::Word(size_t i) const {

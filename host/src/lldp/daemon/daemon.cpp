@@ -1,5 +1,7 @@
 #include "lldp/daemon/daemon.h"
 
+#include "data_generation.h"
+
 #include "lldpv2/lldp_client.h"
 
 namespace lldpv2host::daemon {
@@ -61,6 +63,7 @@ void OnSwitchEvent(const SwitchEvent &event) {
             reg.local = LocalSystemData{};
             reg.clock = 0;
             ResetRealTime();
+            NoteDataChange();
             break;
         case SwitchEvent::Kind::NodeRemoved:
             if (auto it = reg.daemons.find(event.node); it != reg.daemons.end()) {
@@ -266,6 +269,7 @@ void ClearAgentNeighbours(Daemon &d, PortState &port, uint32_t agent, bool count
         EraseNeighbour(d, key);
     }
     a.msap.clear();
+    if (a.tooManySeen) NoteDataChange();
     a.tooManySeen = false;
     if (count && !keys.empty()) {
         d.stats.deletes += static_cast<uint32_t>(keys.size());
@@ -318,6 +322,7 @@ void ResetLldp() {
     reg.local = LocalSystemData{};
     reg.clock = 0;
     ResetRealTime();
+    NoteDataChange();
 }
 
 std::vector<uint16_t> DaemonNodes() {

@@ -1,5 +1,7 @@
 #include "lldp/daemon/neighbour_store.h"
 
+#include "data_generation.h"
+
 #include <sanitizer/asan_interface.h>
 
 #include <algorithm>
@@ -167,6 +169,7 @@ void NeighbourStore::Grow() {
 
 Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
+    NoteDataChange();
     if ((size_ + 1) * 2 > slots_.size()) Grow();
     const uint64_t hash = HashOf(key);
     Slot &slot = slots_[SlotOf(key, hash)];
@@ -181,6 +184,7 @@ Neighbour *NeighbourStore::Create(const RemKey &key, std::span<const uint8_t> tl
 
 Neighbour *NeighbourStore::SetTlvs(Neighbour *n, std::span<const uint8_t> tlvs, std::span<const SubEntry> sub) {
     last_ = nullptr;
+    NoteDataChange();
     const size_t block = RecordPool::BlockSize(sizeof(Neighbour) + Neighbour::PayloadSize(tlvs.size(), sub.size()));
     if (block == sizeof(Neighbour) + n->capacity) {
         // The same block size: in place.
@@ -199,6 +203,7 @@ void NeighbourStore::Erase(const RemKey &key) {
     const size_t mask = slots_.size() - 1;
     size_t hole = SlotOf(key, HashOf(key));
     if (slots_[hole].n == nullptr) return;
+    NoteDataChange();
     FreeRecord(slots_[hole].n);
     --size_;
     // Backward shift: move up each following entry that may not stay behind
@@ -215,6 +220,7 @@ void NeighbourStore::Erase(const RemKey &key) {
 
 void NeighbourStore::Clear() {
     last_ = nullptr;
+    if (size_ != 0) NoteDataChange();
     for (Slot &s : slots_) {
         if (s.n != nullptr) FreeRecord(s.n);
     }

@@ -34,7 +34,9 @@ public:
     bool empty() const { return size_ == 0; }
 
     const Neighbour *Find(const RemKey &key) const { return Lookup(key); }
-    // For a caller that changes the neighbour.
+    // For a caller that changes the neighbour. The store notes its own
+    // changes (DataGeneration); a caller that changes a field a read of the
+    // remote tables shows notes that itself.
     Neighbour *FindMutable(const RemKey &key) {
         last_ = nullptr;
         return Lookup(key);

@@ -6,6 +6,7 @@
 #include <span>
 #include <tuple>
 
+#include "data_generation.h"
 #include "lldp/daemon/daemon.h"
 #include "lldp/daemon/sub_rows.h"
 #include "lldpv2/lldp_client.h"
@@ -244,7 +245,10 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
                     n = moved;
                 }
             }
-            n->remoteChanges = false;
+            if (n->remoteChanges) {
+                n->remoteChanges = false;
+                NoteDataChange();
+            }
             result.outcome = ReceiveOutcome::Refreshed;
             return result;
         }
@@ -263,6 +267,7 @@ ReceiveResult ReceiveFrame(uint32_t ifIndex, uint32_t agentNo, const uint8_t *da
         const uint32_t until = ExpiryOf(pdu.ttl);
         if (!TooMany(*agent) || until > agent->tooManyUntil) agent->tooManyUntil = until;
         agent->tooManySeen = true;
+        NoteDataChange();
         agent->counters.framesDiscarded++;
         d->stats.drops++;
         ScheduleTooManyEnd(d->node, ifIndex, agentNo, agent->tooManyUntil);

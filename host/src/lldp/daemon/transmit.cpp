@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "data_generation.h"
 #include "lldp/daemon/daemon.h"
 
 namespace lldpv2host::daemon {
@@ -358,16 +359,26 @@ void ResetRealTime() {
     rt.nextSinkId = nextSinkId;
 }
 
-void MarkLocalChange(uint32_t ifIndex, uint32_t agent) { Rt().localChanged.insert({ifIndex, agent}); }
+void MarkLocalChange(uint32_t ifIndex, uint32_t agent) {
+    Rt().localChanged.insert({ifIndex, agent});
+    NoteDataChange();
+}
 
 void MarkConfigChange(bool intervalChanged) {
     RealTime &rt = Rt();
     rt.configGen++;
     if (intervalChanged) rt.intervalChanged = true;
+    NoteDataChange();
 }
 
-void MarkPortChanged(uint32_t ifIndex) { Rt().portsChanged.insert(ifIndex); }
-void MarkNodeChanged(uint16_t node) { Rt().nodesChanged.insert(node); }
+void MarkPortChanged(uint32_t ifIndex) {
+    Rt().portsChanged.insert(ifIndex);
+    NoteDataChange();
+}
+void MarkNodeChanged(uint16_t node) {
+    Rt().nodesChanged.insert(node);
+    NoteDataChange();
+}
 
 void UnschedulePort(uint16_t node, PortState &port) {
     for (uint32_t agentNo = 1; agentNo <= 3; ++agentNo) {
@@ -445,7 +456,9 @@ void AddSimNeighbour(SimNeighbour s) {
 void MoveClock(uint32_t to) {
     uint32_t &clock = Clock();
     if (to < clock) {
+        // Too many neighbours may be reported again.
         clock = to;
+        NoteDataChange();
         return;
     }
     SyncPending();
@@ -471,6 +484,7 @@ void MoveClock(uint32_t to) {
         rt.timers.erase(rt.timers.begin());
         if (tm.kind == Timer::kSim) FireSim(tm);
         if (tm.kind == Timer::kAgent) FireAgent(tm, to);
+        if (tm.kind == Timer::kTooMany) NoteDataChange();
     }
     clock = to;
 }

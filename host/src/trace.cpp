@@ -1,6 +1,8 @@
 // Call trace and fault table of the host platform.
 #include "lldpv2host/trace.h"
 
+#include "data_generation.h"
+
 #include <cstdio>
 #include <map>
 #include <mutex>
@@ -83,6 +85,7 @@ void SetFault(const std::string &call, uint32_t code) {
         s.faults[call] = code;
     }
     UpdateActive(s);
+    NoteDataChange();  // a fault changes what reads answer
 }
 
 void ClearFaults() {
@@ -90,6 +93,7 @@ void ClearFaults() {
     std::lock_guard guard(s.lock);
     s.faults.clear();
     UpdateActive(s);
+    NoteDataChange();
 }
 
 uint32_t Fault(const std::string &call) {

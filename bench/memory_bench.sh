@@ -11,6 +11,8 @@
 # inflate). Peak is VmHWM, the settled figure VmRSS two seconds after the
 # first answer, both above the settled VmRSS of an empty switch (the same
 # stack without neighbours); peak/settled compares the agent's own figures.
+# The last column is VmRSS after a bulk walk of the remote systems data,
+# whose rows the agent then keeps (--row-cache).
 # The soak is bench/churn_soak (see there).
 set -euo pipefail
 
@@ -25,7 +27,7 @@ while [[ $# -gt 0 ]]; do
     --build) build="$(cd "$2" && pwd)"; shift 2 ;;
     --sizes) sizes="$2"; shift 2 ;;
     --no-soak) soak=0; shift ;;
-    -h|--help) sed -n '2,13p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,15p' "$0"; exit 0 ;;
     *) echo "unknown argument: $1" >&2; exit 2 ;;
   esac
 done
@@ -57,24 +59,28 @@ measure() {
   local cpu
   cpu="$(cpu_s "$agent_pid")"
   sleep 2
-  echo "$(echo "$now - $start" | bc -l) $cpu $(status_kb "$agent_pid" VmHWM) $(status_kb "$agent_pid" VmRSS)"
+  local settled
+  settled="$(status_kb "$agent_pid" VmRSS)"
+  # Then a walk of the remote systems data, whose rows the agent keeps.
+  snmpbulkwalk -v2c -c public -t 120 -r 0 -Cr50 "udp:127.0.0.1:$agent_port" "$lldp_v2_mib.1.4" >/dev/null
+  echo "$(echo "$now - $start" | bc -l) $cpu $(status_kb "$agent_pid" VmHWM) $settled $(status_kb "$agent_pid" VmRSS)"
   stop_agent
 }
 
 "$scengen" --nodes 4 --ports 48 --agents 3 --neighbours 0 -o "$work/empty.yaml"
-read -r _ _ empty_peak empty_rss < <(measure "$work/empty.yaml")
+read -r _ _ empty_peak empty_rss _ < <(measure "$work/empty.yaml")
 printf 'empty switch: peak %.1f MB, settled %.1f MB\n\n' "$(echo "$empty_peak / 1024" | bc -l)" "$(echo "$empty_rss / 1024" | bc -l)"
 
-printf '| neighbours | load s | load CPU s | peak MB | settled MB | bytes/neighbour | peak/settled |\n'
-printf '|---:|---:|---:|---:|---:|---:|---:|\n'
+printf '| neighbours | load s | load CPU s | peak MB | settled MB | bytes/neighbour | peak/settled | bytes/neighbour after a walk |\n'
+printf '|---:|---:|---:|---:|---:|---:|---:|---:|\n'
 for n in $sizes; do
   "$scengen" --nodes 4 --ports 48 --agents 3 --neighbours "$n" -o "$work/s$n.yaml"
-  read -r load cpu peak rss < <(measure "$work/s$n.yaml")
+  read -r load cpu peak rss walked < <(measure "$work/s$n.yaml")
   rm -f "$work/s$n.yaml"
-  dp=$((peak - empty_rss)); ds=$((rss - empty_rss))
-  printf '| %d | %.2f | %.2f | %.1f | %.1f | %.0f | %.2f |\n' "$n" "$load" "$cpu" \
+  dp=$((peak - empty_rss)); ds=$((rss - empty_rss)); dw=$((walked - empty_rss))
+  printf '| %d | %.2f | %.2f | %.1f | %.1f | %.0f | %.2f | %.0f |\n' "$n" "$load" "$cpu" \
     "$(echo "$dp / 1024" | bc -l)" "$(echo "$ds / 1024" | bc -l)" \
-    "$(echo "$ds * 1024 / $n" | bc -l)" "$(echo "$peak / $rss" | bc -l)"
+    "$(echo "$ds * 1024 / $n" | bc -l)" "$(echo "$peak / $rss" | bc -l)" "$(echo "$dw * 1024 / $n" | bc -l)"
 done
 
 if ((soak)); then

@@ -5,7 +5,10 @@
 # server (build/bench/snmp_ref_server: net-snmp serving the agent's own
 # recorded varbinds from a sorted table in memory). The cost is the CPU time
 # of the server process (utime + stime from /proc/PID/stat) per varbind,
-# best of several runs; the ratio is agent / reference.
+# best of several runs; the ratio is agent / reference. The agent answers a
+# walk of neighbours that did not change from the rows it kept; a second
+# agent with --row-cache 0 asks the module for every varbind, as the first
+# walk after any change does ("every row").
 #
 #   bench/snmp_bench.sh [--build DIR] [--sizes "1000 10000 50000"] [--runs N]
 #                       [--min-varbinds N] [--profile] [--mibs DIR]
@@ -16,8 +19,8 @@
 # until it has served at least --min-varbinds varbinds (the clock of
 # /proc/PID/stat ticks in hundredths of a second).
 #
-# --profile adds, for the first size, the instructions per varbind of both
-# servers for one walk of each subtree (callgrind, repeatable where CPU time
+# --profile adds, for the first size, the instructions per varbind of the
+# three servers for one walk of each subtree (callgrind, repeatable where CPU time
 # is not) and the split of the agent's instructions by object file.
 # When bench/memory_bench.sh exists, it runs afterwards with the same --build.
 set -euo pipefail
@@ -39,7 +42,7 @@ while [[ $# -gt 0 ]]; do
     --min-varbinds) min_varbinds="$2"; shift 2 ;;
     --profile) profile=1; shift ;;
     --mibs) mibs="$2"; shift 2 ;;
-    -h|--help) sed -n '2,22p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,25p' "$0"; exit 0 ;;
     *) echo "unknown argument: $1" >&2; exit 2 ;;
   esac
 done
@@ -78,11 +81,14 @@ cpu_ticks() {
   awk '{ print $12 + $13 }' <<<"$stat"
 }
 
-# start_agent_on SCENARIO WAIT_S [WRAPPER...]: the agent on a scenario,
-# optionally under a wrapper such as valgrind, once it answers.
+# start_agent_on SCENARIO WAIT_S [WRAPPER...] [-- AGENT_ARGS...]: the agent
+# on a scenario, optionally under a wrapper such as valgrind, once it answers.
 start_agent_on() {
   local scenario="$1" wait_s="$2"; shift 2
-  start_agent "$wait_s" 2 "$@" -- --scenario "$scenario"
+  local wrapper=()
+  while [[ $# -gt 0 && "$1" != "--" ]]; do wrapper+=("$1"); shift; done
+  [[ $# -gt 0 ]] && shift
+  start_agent "$wait_s" 2 "${wrapper[@]}" -- --scenario "$scenario" "$@"
 }
 
 stop_agent() {
@@ -145,25 +151,33 @@ measure() {
 }
 
 printf '%s\n' "bulk walks (-Cr50), server CPU time per varbind, best of $runs runs of at least $min_varbinds varbinds"
-printf '%-10s %-26s %9s %12s %14s %7s\n' neighbours subtree varbinds "agent us/vb" "net-snmp us/vb" ratio
+printf '%s\n' "agent: as it runs, answering a walk of unchanged neighbours from the rows it kept;" \
+  "every row: --row-cache 0, asking the module for every varbind (as after every change)"
+printf '%-10s %-26s %9s %12s %14s %7s %14s %7s\n' neighbours subtree varbinds "agent us/vb" "net-snmp us/vb" ratio \
+  "every row us/vb" ratio
 for n in $sizes; do
   scenario="$work/scenario-$n.yaml"
   "$scengen" --nodes 4 --ports 48 --neighbours "$n" --agents 3 --extra-tlvs -o "$scenario"
+  start_agent_on "$scenario" 600 -- --row-cache 0
+  cold_pid=$agent_pid; cold_port=$agent_port
+  mv "$work/agent.log" "$work/agent-every-row.log"
   start_agent_on "$scenario" 600
   start_ref
   for entry in "${subtrees[@]}"; do
     read -r name oid <<<"$entry"
     measure "$agent_pid" "$agent_port" "$oid"; agent_count=$count; agent_ns=$per_vb_ns
     measure "$ref_pid" "$ref_port" "$oid"; ref_count=$count; ref_ns=$per_vb_ns
+    measure "$cold_pid" "$cold_port" "$oid"; cold_ns=$per_vb_ns
     if ((agent_count != ref_count)); then
       echo "  $name: the agent walked $agent_count varbinds, the reference $ref_count" >&2
     fi
-    awk -v n="$n" -v name="$name" -v c="$agent_count" -v a="$agent_ns" -v r="$ref_ns" 'BEGIN {
-      ratio = "-"; if (r > 0) ratio = sprintf("%.2f", a / r)
-      printf "%-10s %-26s %9d %12.2f %14.2f %7s\n", n, name, c, a / 1000, r / 1000, ratio }'
+    awk -v n="$n" -v name="$name" -v c="$agent_count" -v a="$agent_ns" -v r="$ref_ns" -v k="$cold_ns" 'BEGIN {
+      ratio = "-"; cold = "-"; if (r > 0) { ratio = sprintf("%.2f", a / r); cold = sprintf("%.2f", k / r) }
+      printf "%-10s %-26s %9d %12.2f %14.2f %7s %14.2f %7s\n", n, name, c, a / 1000, r / 1000, ratio, k / 1000, cold }'
   done
   stop_ref
   stop_agent
+  stop_pid "$cold_pid"
 done
 
 if [[ -x "$here/memory_bench.sh" ]]; then
@@ -185,13 +199,21 @@ dumped_instructions() {
 first="${sizes%% *}"
 echo
 echo "instructions per varbind, $first neighbours (callgrind, one walk each; repeatable, unlike CPU time):"
-printf '%-26s %9s %14s %14s %7s\n' subtree varbinds agent net-snmp ratio
+printf '%-26s %9s %14s %14s %7s %14s %7s\n' subtree varbinds agent net-snmp ratio "every row" ratio
+start_agent_on "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-cold.out" \
+  -- --row-cache 0
+cold_pid=$agent_pid; cold_port=$agent_port
+mv "$work/agent.log" "$work/agent-every-row.log"
 start_agent_on "$work/scenario-$first.yaml" 600 valgrind --tool=callgrind --callgrind-out-file="$work/cg-agent.out"
 start_ref valgrind --tool=callgrind --callgrind-out-file="$work/cg-ref.out"
 for entry in "${subtrees[@]}"; do
   read -r name oid <<<"$entry"
-  for side in agent ref; do
-    if [[ $side == agent ]]; then pid=$agent_pid; p=$agent_port; else pid=$ref_pid; p=$ref_port; fi
+  for side in agent ref cold; do
+    case $side in
+      agent) pid=$agent_pid; p=$agent_port ;;
+      ref) pid=$ref_pid; p=$ref_port ;;
+      cold) pid=$cold_pid; p=$cold_port ;;
+    esac
     callgrind_control -z "$pid" >/dev/null
     n="$(walk "$p" "$oid")"
     callgrind_control -d "$pid" >/dev/null
@@ -200,11 +222,13 @@ for entry in "${subtrees[@]}"; do
   done
   # The object split below is that of the first subtree's walk.
   [[ -f "$work/callgrind.out" ]] || cp "$(ls -t "$work"/cg-agent.out.* | head -1)" "$work/callgrind.out"
-  awk -v name="$name" -v n="$agent_n" -v a="$agent_i" -v r="$ref_i" -v rn="$ref_n" 'BEGIN {
-    printf "%-26s %9d %14.0f %14.0f %7.2f\n", name, n, a / n, r / rn, (a / n) / (r / rn) }'
+  awk -v name="$name" -v n="$agent_n" -v a="$agent_i" -v r="$ref_i" -v rn="$ref_n" -v k="$cold_i" -v kn="$cold_n" 'BEGIN {
+    printf "%-26s %9d %14.0f %14.0f %7.2f %14.0f %7.2f\n", name, n, a / n, r / rn, (a / n) / (r / rn), k / kn,
+      (k / kn) / (r / rn) }'
 done
 stop_ref
 stop_agent
+stop_pid "$cold_pid"
 
 echo
 echo "the agent's instructions during the walk of lldpV2RemoteSystemsData, by object file:"

@@ -29,6 +29,8 @@ using lldpv2agent::NextResult;
 using lldpv2agent::Oid;
 
 constexpr uint32_t kPorts[] = {1, 2, 101, 102};  // 1, 2 on node 1; 101, 102 on node 2
+// System names a neighbour's LLDPDU changes between.
+constexpr const char *kNames[] = {"n0", "n1", "n2"};
 
 struct Step {
     NextResult::Status status;
@@ -132,7 +134,7 @@ TEST_F(RowCacheStackTest, WalksAgreeThroughEveryKindOfChange) {
          [&] {
              host::Receive(port(), 1 + pick(3),
                            Pdu(static_cast<uint8_t>(pick(12)), static_cast<uint8_t>(pick(3)),
-                               static_cast<uint16_t>(5 + pick(300)), "n" + std::to_string(pick(3)), pick(2) == 0));
+                               static_cast<uint16_t>(5 + pick(300)), kNames[pick(3)], pick(2) == 0));
          }},
         {"neighbour refreshed unchanged",
          [&] {

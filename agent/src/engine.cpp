@@ -402,8 +402,9 @@ bool Engine::RowsWithPrefix(const MIB_NODE_S *leaf, const Index &prefix, size_t 
     return true;
 }
 
-void Engine::KeepRows(RowCache::GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes) {
-    rows_ = std::make_unique<RowCache>(generation, std::move(subtrees), budgetBytes);
+void Engine::KeepRows(RowCache::GenerationFn generation, RowCache::RefreshFn refresh, std::vector<Oid> subtrees,
+                      size_t budgetBytes) {
+    rows_ = std::make_unique<RowCache>(std::move(generation), std::move(refresh), std::move(subtrees), budgetBytes);
 }
 
 void Engine::ForgetRows() {

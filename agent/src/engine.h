@@ -120,7 +120,8 @@ public:
     // From now on, keeps the rows that get-next walks find in the tables
     // under subtrees, up to budgetBytes, while generation stays the same
     // (see RowCache).
-    void KeepRows(RowCache::GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes);
+    void KeepRows(RowCache::GenerationFn generation, RowCache::RefreshFn refresh, std::vector<Oid> subtrees,
+                  size_t budgetBytes);
     // Forgets the kept rows: call when a tree is added or removed.
     void ForgetRows();
     // The kept rows, or null when none are kept.

@@ -325,12 +325,8 @@ int main(int argc, char **argv) {
         return lldpv2host::Deliver(moduleId, request, reply);
     });
     if (rowCache > 0) {
-        server.engine().KeepRows(
-            [&loop] {
-                loop.Sync();
-                return lldpv2host::DataGeneration();
-            },
-            lldpv2agent::RemoteDataSubtrees(), rowCache);
+        server.engine().KeepRows(lldpv2host::DataGeneration, [&loop] { loop.Sync(); },
+                                 lldpv2agent::RemoteDataSubtrees(), rowCache);
     }
     server.Attach();
     void *module = dlopen(modulePath.c_str(), RTLD_NOW);

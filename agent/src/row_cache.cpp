@@ -44,8 +44,11 @@ const std::vector<Oid> &RemoteDataSubtrees() {
     return subtrees;
 }
 
-RowCache::RowCache(GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes)
-    : generation_(generation), subtrees_(std::move(subtrees)), budget_(budgetBytes) {}
+RowCache::RowCache(GenerationFn generation, RefreshFn refresh, std::vector<Oid> subtrees, size_t budgetBytes)
+    : generation_(std::move(generation)),
+      refresh_(std::move(refresh)),
+      subtrees_(std::move(subtrees)),
+      budget_(budgetBytes) {}
 
 int RowCache::Table::ColumnOf(const MIB_NODE_S *leaf) const {
     for (size_t i = 0; i < columns.size(); ++i) {
@@ -125,6 +128,7 @@ void RowCache::Sync() {
 
 RowCache::Hit RowCache::Next(Table &table, const MIB_NODE_S *leaf, const Oid &leafOid,
                              std::span<const uint32_t> instance, Oid &oid, SnmpValue &value) {
+    if (refresh_) refresh_();
     Sync();
     const size_t rows = table.Rows();
     size_t next = 0;
@@ -156,7 +160,8 @@ RowCache::Hit RowCache::Next(Table &table, const MIB_NODE_S *leaf, const Oid &le
 
 void RowCache::Found(Table &table, std::span<const uint32_t> instance, std::span<const uint32_t> found,
                      const lldpv2host::MorMessage &reply) {
-    Sync();
+    // A change while the module answered: its answer may be of either side.
+    if (!Unchanged()) return;
     const size_t rows = table.Rows();
     if (table.complete || table.full) return;
     std::span<const uint32_t> last = rows == 0 ? std::span<const uint32_t>() : table.InstanceOf(rows - 1);
@@ -171,7 +176,7 @@ void RowCache::Found(Table &table, std::span<const uint32_t> instance, std::span
 }
 
 void RowCache::End(Table &table, std::span<const uint32_t> instance) {
-    Sync();
+    if (!Unchanged()) return;
     const size_t rows = table.Rows();
     if (table.complete || table.full) return;
     std::span<const uint32_t> last = rows == 0 ? std::span<const uint32_t>() : table.InstanceOf(rows - 1);

@@ -39,13 +39,15 @@ constexpr size_t kDefaultRowCacheBytes = size_t{64} << 20;
 
 class RowCache {
 public:
-    // The platform's data generation, read before every answer from the
-    // cache (the agent brings the daemons' clock up to date first, so that
-    // what is due by now has happened).
+    // The platform's data generation.
     using GenerationFn = std::function<uint64_t()>;
+    // Brings the platform up to date before a get-next is answered (the
+    // agent moves the daemons' clock to now, so that what is due by now has
+    // happened, as it does before each request to the module).
+    using RefreshFn = std::function<void()>;
 
     // Tables under one of subtrees are kept, up to budgetBytes of rows in all.
-    RowCache(GenerationFn generation, std::vector<Oid> subtrees, size_t budgetBytes);
+    RowCache(GenerationFn generation, RefreshFn refresh, std::vector<Oid> subtrees, size_t budgetBytes);
 
     class Table;
     // The kept table of a column, or null when its table is not kept.
@@ -56,8 +58,10 @@ public:
     // step before: Found (oid and value hold the instance found) or End.
     Hit Next(Table &table, const MIB_NODE_S *leaf, const Oid &leafOid, std::span<const uint32_t> instance,
              Oid &oid, SnmpValue &value);
-    // What the module answered for a get-next from instance: the row with
-    // the instance found, whose columns reply holds, or the end of the table.
+    // What the module answered for a get-next from instance that Next could
+    // not answer: the row with the instance found, whose columns reply
+    // holds, or the end of the table. Kept only if the generation is still
+    // the one Next saw.
     void Found(Table &table, std::span<const uint32_t> instance, std::span<const uint32_t> found,
                const lldpv2host::MorMessage &reply);
     void End(Table &table, std::span<const uint32_t> instance);
@@ -92,11 +96,15 @@ public:
     };
 
 private:
+    // Forgets every kept row when the generation changed.
     void Sync();
+    // Nothing changed since Next looked.
+    bool Unchanged() const { return generation_() == seen_; }
     bool Kept(const MibTree &tree, const MIB_NODE_S *entry) const;
     void Append(Table &table, std::span<const uint32_t> found, const lldpv2host::MorMessage &reply);
 
     GenerationFn generation_;
+    RefreshFn refresh_;
     std::vector<Oid> subtrees_;
     size_t budget_;
     size_t bytes_ = 0;

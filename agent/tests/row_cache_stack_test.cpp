@@ -57,7 +57,7 @@ protected:
             trees.push_back(std::make_unique<MibTree>(t.name, t.root));
         }
         ASSERT_FALSE(trees.empty());
-        cached.KeepRows(host::DataGeneration, lldpv2agent::RemoteDataSubtrees(), size_t{1} << 20);
+        cached.KeepRows(host::DataGeneration, nullptr, lldpv2agent::RemoteDataSubtrees(), size_t{1} << 20);
     }
 
     void TearDown() override {

@@ -49,7 +49,7 @@ protected:
     }
 
     void KeepRows(size_t budget) {
-        cached.KeepRows([this] { return generation; }, {Cat(kTop, {2})}, budget);
+        cached.KeepRows([this] { return generation; }, nullptr, {Cat(kTop, {2})}, budget);
     }
 
     static std::vector<Step> Walk(Engine &engine, const MibTree &tree, Oid from, int limit = 1000) {
@@ -174,8 +174,41 @@ TEST_F(RowCacheTest, ForgottenWhenTreesChange) {
     EXPECT_EQ(TableRequests(), kFirstColumnRequests);
 }
 
+TEST_F(RowCacheTest, RefreshRunsBeforeEveryAnswer) {
+    // What falls due by now (a neighbour ageing out) happens in the refresh,
+    // before a kept row could answer for it.
+    bool ageOut = false;
+    cached.KeepRows([this] { return generation; },
+                    [&] {
+                        if (!ageOut) return;
+                        ageOut = false;
+                        module.rows.erase(module.rows.begin());
+                        ++generation;
+                    },
+                    {Cat(kTop, {2})}, 1 << 20);
+    Walk(cached, tree, {1});
+    ageOut = true;
+    const std::vector<Step> walked = Walk(cached, tree, {1});
+    EXPECT_FALSE(ageOut);
+    EXPECT_EQ(walked, Walk(plain, tree, {1}));
+}
+
+TEST_F(RowCacheTest, AnswerAcrossAChangeIsNotKept) {
+    // The generation moves while the module answers (the agent brings the
+    // clock up to date with each request): the answer may be of either side
+    // of the change, so nothing of it is kept.
+    Engine engine([this, deliver = module.Deliver()](uint32_t id, lldpv2host::MorMessage &req,
+                                                      lldpv2host::MorMessage &reply) {
+        ++generation;
+        return deliver(id, req, reply);
+    });
+    engine.KeepRows([this] { return generation; }, nullptr, {Cat(kTop, {2})}, 1 << 20);
+    Walk(engine, tree, {1});
+    EXPECT_EQ(engine.KeptRows()->Bytes(), 0u);
+}
+
 TEST_F(RowCacheTest, TablesOutsideTheSubtreesAreNotKept) {
-    cached.KeepRows([this] { return generation; }, {Cat(kTop, {3})}, 1 << 20);
+    cached.KeepRows([this] { return generation; }, nullptr, {Cat(kTop, {3})}, 1 << 20);
     Walk(cached, tree, {1});
     TableRequests();
     Walk(cached, tree, {1});

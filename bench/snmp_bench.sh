@@ -5,7 +5,8 @@
 # server (build/bench/snmp_ref_server: net-snmp serving the agent's own
 # recorded varbinds from a sorted table in memory). The cost is the CPU time
 # of the server process (utime + stime from /proc/PID/stat) per varbind,
-# best of several runs; the ratio is agent / reference. The agent answers a
+# best of several runs in which the servers take turns; the ratio is
+# agent / reference. The agent answers a
 # walk of neighbours that did not change from the rows it kept; a second
 # agent with --row-cache 0 asks the module for every varbind, as the first
 # walk after any change does ("every row").
@@ -42,7 +43,7 @@ while [[ $# -gt 0 ]]; do
     --min-varbinds) min_varbinds="$2"; shift 2 ;;
     --profile) profile=1; shift ;;
     --mibs) mibs="$2"; shift 2 ;;
-    -h|--help) sed -n '2,25p' "$0"; exit 0 ;;
+    -h|--help) sed -n '2,26p' "$0"; exit 0 ;;
     *) echo "unknown argument: $1" >&2; exit 2 ;;
   esac
 done
@@ -129,25 +130,42 @@ walk() {
   grep -v 'No more variables' "$work/walk.txt" | grep -c "^$2\." || true
 }
 
-# measure PID PORT OID: best CPU time per varbind (ns) of the server over
-# $runs runs; sets count (varbinds per walk) and per_vb_ns.
+# run_once PID PORT OID REPEAT: CPU time per varbind (ns) of the server over
+# REPEAT walks; prints it.
+run_once() {
+  local pid="$1" port="$2" oid="$3" repeat="$4" before after i n total=0
+  before="$(cpu_ticks "$pid")"
+  for ((i = 0; i < repeat; i++)); do
+    n="$(walk "$port" "$oid")"
+    total=$((total + n))
+  done
+  after="$(cpu_ticks "$pid")"
+  echo $(( (after - before) * 1000000000 / ticks_per_s / total ))
+}
+
+# measure OID NAME:PID:PORT...: the best CPU time per varbind (ns) of each
+# server over $runs runs, the servers taking turns within each run so that
+# a change of the machine's load touches them alike; sets count (varbinds
+# per walk of the first server), counts[NAME] and best[NAME].
+declare -A best counts
 measure() {
-  local pid="$1" port="$2" oid="$3" repeat best="" r i before after n total ns
-  count="$(walk "$port" "$oid")"
-  if ((count == 0)); then per_vb_ns=0; return; fi
+  local oid="$1" r entry name pid port ns repeat; shift
+  best=(); counts=()
+  for entry in "$@"; do
+    IFS=: read -r name pid port <<<"$entry"
+    counts[$name]="$(walk "$port" "$oid")"
+  done
+  IFS=: read -r name _ _ <<<"$1"
+  count=${counts[$name]}
+  if ((count == 0)); then for entry in "$@"; do IFS=: read -r name _ _ <<<"$entry"; best[$name]=0; done; return; fi
   repeat=$(((min_varbinds + count - 1) / count))
   for ((r = 0; r < runs; r++)); do
-    before="$(cpu_ticks "$pid")"
-    total=0
-    for ((i = 0; i < repeat; i++)); do
-      n="$(walk "$port" "$oid")"
-      total=$((total + n))
+    for entry in "$@"; do
+      IFS=: read -r name pid port <<<"$entry"
+      ns="$(run_once "$pid" "$port" "$oid" "$repeat")"
+      if [[ -z "${best[$name]:-}" ]] || ((ns < best[$name])); then best[$name]=$ns; fi
     done
-    after="$(cpu_ticks "$pid")"
-    ns=$(( (after - before) * 1000000000 / ticks_per_s / total ))
-    if [[ -z "$best" ]] || ((ns < best)); then best=$ns; fi
   done
-  per_vb_ns=$best
 }
 
 printf '%s\n' "bulk walks (-Cr50), server CPU time per varbind, best of $runs runs of at least $min_varbinds varbinds"
@@ -165,9 +183,9 @@ for n in $sizes; do
   start_ref
   for entry in "${subtrees[@]}"; do
     read -r name oid <<<"$entry"
-    measure "$agent_pid" "$agent_port" "$oid"; agent_count=$count; agent_ns=$per_vb_ns
-    measure "$ref_pid" "$ref_port" "$oid"; ref_count=$count; ref_ns=$per_vb_ns
-    measure "$cold_pid" "$cold_port" "$oid"; cold_ns=$per_vb_ns
+    measure "$oid" "agent:$agent_pid:$agent_port" "ref:$ref_pid:$ref_port" "cold:$cold_pid:$cold_port"
+    agent_count=${counts[agent]}; ref_count=${counts[ref]}
+    agent_ns=${best[agent]}; ref_ns=${best[ref]}; cold_ns=${best[cold]}
     if ((agent_count != ref_count)); then
       echo "  $name: the agent walked $agent_count varbinds, the reference $ref_count" >&2
     fi

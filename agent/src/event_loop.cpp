@@ -26,6 +26,11 @@ void EventLoop::Unwatch(int fd) {
 
 void EventLoop::Sync() { lldpv2host::SetClock(clock_.Now()); }
 
+void EventLoop::CatchUp() {
+    const uint32_t now = clock_.Now();
+    if (now != lldpv2host::Now()) lldpv2host::SetClock(now);
+}
+
 void EventLoop::Rearm(std::optional<uint64_t> monotonicDeadline) {
     if (alarm_ != 0) {
         snmp_alarm_unregister(alarm_);

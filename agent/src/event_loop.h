@@ -27,6 +27,9 @@ public:
     lldpv2host::live::LoopClock &clock() { return clock_; }
     // Brings the daemons' clock to now.
     void Sync();
+    // The same, but only when the daemons' clock (in hundredths) has moved
+    // on: what falls due by now happens, and nothing else is done.
+    void CatchUp();
     // Arms the alarm for the earliest of the daemons' deadline and
     // `monotonicDeadline` (none: no alarm).
     void Rearm(std::optional<uint64_t> monotonicDeadline);

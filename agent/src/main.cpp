@@ -325,7 +325,7 @@ int main(int argc, char **argv) {
         return lldpv2host::Deliver(moduleId, request, reply);
     });
     if (rowCache > 0) {
-        server.engine().KeepRows(lldpv2host::DataGeneration, [&loop] { loop.Sync(); },
+        server.engine().KeepRows(lldpv2host::DataGeneration, [&loop] { loop.CatchUp(); },
                                  lldpv2agent::RemoteDataSubtrees(), rowCache);
     }
     server.Attach();

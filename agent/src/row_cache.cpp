@@ -48,7 +48,8 @@ RowCache::RowCache(GenerationFn generation, RefreshFn refresh, std::vector<Oid> 
     : generation_(std::move(generation)),
       refresh_(std::move(refresh)),
       subtrees_(std::move(subtrees)),
-      budget_(budgetBytes) {}
+      // Rows are found by 32-bit offsets.
+      budget_(std::min<size_t>(budgetBytes, UINT32_MAX)) {}
 
 int RowCache::Table::ColumnOf(const MIB_NODE_S *leaf) const {
     for (size_t i = 0; i < columns.size(); ++i) {
@@ -63,8 +64,9 @@ std::span<const uint32_t> RowCache::Table::InstanceOf(size_t row) const {
 
 size_t RowCache::Table::Find(std::span<const uint32_t> instance) const {
     const size_t rows = Rows();
-    // A walk asks from the row it was answered last, or from the one before.
-    for (size_t guess : {hint, hint + 1}) {
+    // A walk asks from the row it was answered last; while the rows grow,
+    // from the last one.
+    for (size_t guess : {hint, rows - 1}) {
         if (guess < rows && CompareOid(InstanceOf(guess), instance) == 0) return guess;
     }
     size_t lo = 0;

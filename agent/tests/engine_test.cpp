@@ -15,11 +15,6 @@ using lldpv2agent::Engine;
 using lldpv2agent::MibTree;
 using lldpv2agent::NextResult;
 
-Oid Cat(Oid a, const Oid &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 class EngineTest : public ::testing::Test {
 protected:
     EngineTest() : tree("TEST-MIB", mib.tree.Root()), module(mib), engine(module.Deliver()) {

@@ -17,6 +17,7 @@
 #include "lldpv2host/trace.h"
 #include "module_fixture.h"
 #include "row_cache.h"
+#include "walk_step.h"
 
 namespace lldpv2test {
 namespace {
@@ -32,20 +33,7 @@ constexpr uint32_t kPorts[] = {1, 2, 101, 102};  // 1, 2 on node 1; 101, 102 on 
 // System names a neighbour's LLDPDU changes between.
 constexpr const char *kNames[] = {"n0", "n1", "n2"};
 
-struct Step {
-    NextResult::Status status;
-    Oid oid;
-    unsigned char type;
-    int64_t number;
-    std::vector<uint8_t> octets;
-    std::vector<uint32_t> objectId;
-    bool operator==(const Step &) const = default;
-};
-
-void PrintTo(const Step &s, std::ostream *os) {
-    *os << s.status << " " << lldpv2agent::OidToString(s.oid) << " = " << s.number << "/" << s.octets.size()
-        << " octets";
-}
+using Step = WalkStep;
 
 class RowCacheStackTest : public ModuleTest {
 protected:
@@ -81,7 +69,7 @@ protected:
         while (steps.size() < limit) {
             NextResult r = engine.GetNext(tree, from, false, {});
             if (r.status == NextResult::Found && !lldpv2agent::IsPrefix(within, r.oid)) break;
-            steps.push_back({r.status, r.oid, r.value.type, r.value.number, r.value.octets, r.value.objectId});
+            steps.push_back(WalkStep::Of(r));
             if (r.status != NextResult::Found) break;
             from = r.oid;
         }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "test_mib.h"
+#include "walk_step.h"
 
 namespace lldpv2test {
 namespace {
@@ -13,25 +14,7 @@ using lldpv2agent::Engine;
 using lldpv2agent::MibTree;
 using lldpv2agent::NextResult;
 
-Oid Cat(Oid a, const Oid &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
-// What a walk answered, in a form that compares whole values.
-struct Step {
-    NextResult::Status status;
-    Oid oid;
-    unsigned char type;
-    int64_t number;
-    std::vector<uint8_t> octets;
-    bool operator==(const Step &) const = default;
-};
-
-void PrintTo(const Step &s, std::ostream *os) {
-    *os << s.status << " " << lldpv2agent::OidToString(s.oid) << " = " << s.number << "/" << s.octets.size()
-        << " octets";
-}
+using Step = WalkStep;
 
 // Get-next requests of one walk of a column of the test table.
 constexpr size_t kFirstColumnRequests = 6;
@@ -56,7 +39,7 @@ protected:
         std::vector<Step> steps;
         for (int i = 0; i < limit; ++i) {
             NextResult r = engine.GetNext(tree, from, false, {});
-            steps.push_back({r.status, r.oid, r.value.type, r.value.number, r.value.octets});
+            steps.push_back(WalkStep::Of(r));
             if (r.status != NextResult::Found) break;
             from = r.oid;
         }

@@ -32,6 +32,12 @@ enum : uint32_t {
 // OID of the test subtree: iso.org.9
 inline const Oid kTop = {1, 3, 9};
 
+// a followed by b.
+inline Oid Cat(Oid a, const Oid &b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 struct TestMib {
     FakeTree tree;
     MIB_NODE_S *txInterval, *mode, *counter;

@@ -148,8 +148,8 @@ std::vector<uint16_t> DaemonNodes();
 // its remote-changes flag cleared, too many neighbours starting or ending, a
 // write, a reset or load, the clock set back, a change of the switch model,
 // a testing hook or an injected fault. Reads never change it, nor do
-// counters, transmissions or a clock that moves on with nothing due. A reader may keep what it read
-// for as long as the number stays the same.
+// counters, transmissions or a clock that moves on with nothing due. A
+// reader may keep what it read for as long as the number stays the same.
 uint64_t DataGeneration();
 
 // ---------------------------------------------------------------------------
